@@ -1,0 +1,25 @@
+# `make run` opens the host window on the bundled example; `make test` builds and runs every test.
+BUILD_DIR := build
+TEST_ENV := QT_QPA_PLATFORM=offscreen QTWEBENGINE_DISABLE_SANDBOX=1
+
+.PHONY: all deps configure build run test clean
+
+all: build
+
+deps:
+	@sh scripts/ensure-deps.sh
+
+configure: deps
+	@cmake --preset default >/dev/null
+
+build: configure
+	@cmake --build --preset default
+
+run: build
+	@sh scripts/run.sh $(BUILD_DIR)/app/tamberline $(ARGS)
+
+test: build
+	@cd $(BUILD_DIR) && env $(TEST_ENV) ctest --output-on-failure --timeout 300 -j2
+
+clean:
+	rm -rf $(BUILD_DIR)

@@ -1,0 +1,172 @@
+#include "hostwindow.h"
+
+#include "platform/dialogs.h"
+#include "platform/handlerguard.h"
+#include "platform/runtimeerror.h"
+#include "ui_hostwindow.h"
+
+#include <QCloseEvent>
+#include <QFileDialog>
+#include <QFileInfo>
+
+#include <limits>
+
+namespace {
+const QString queryFilter = QStringLiteral("Query files (*.json);;All files (*)");
+}
+
+HostWindow::HostWindow(QWidget *parent)
+    : QMainWindow(parent)
+    , ui(std::make_unique<Ui::HostWindow>())
+{
+    ui->setupUi(this);
+    ui->spnNodeOffset->setRange(std::numeric_limits<int32_t>::min(), std::numeric_limits<int32_t>::max());
+
+    connect(ui->txtUrl1, &QLineEdit::textEdited, this, [this](const QString &text) {
+        m_control.setUrl1(text);
+        updateTitle();
+    });
+    connect(ui->chkAllowNav2, &QCheckBox::toggled, this, [this](bool checked) {
+        m_control.setAllowNav2(checked);
+        updateTitle();
+    });
+    connect(ui->txtSearchText, &QLineEdit::textEdited, this, [this](const QString &text) {
+        m_control.setSearchText(text);
+        updateTitle();
+    });
+    connect(ui->spnNodeOffset, &QSpinBox::valueChanged, this, [this](int value) {
+        m_control.setNodeOffset(value);
+        updateTitle();
+    });
+    connect(ui->txtElemAttribs, &QPlainTextEdit::textChanged, this, [this] {
+        if (m_showing)
+            return;
+        m_control.ClearAttribs();
+        // A blank line would end every reader's walk over the list, so it is not stored.
+        const QStringList lines = ui->txtElemAttribs->toPlainText().split(u'\n');
+        for (const QString &line : lines) {
+            if (!line.trimmed().isEmpty())
+                m_control.setElemAttribs(-1, line);
+        }
+        updateTitle();
+    });
+
+    connect(ui->cmdEditQueryItem, &QPushButton::clicked, this, [this] { editQuery(&Tamberline::EditQueryItem); });
+    connect(ui->cmdEditWizard, &QPushButton::clicked, this, [this] { editQuery(&Tamberline::EditWizard); });
+    connect(ui->cmdEditProperties, &QPushButton::clicked, this, [this] { editQuery(&Tamberline::EditProperties); });
+
+    connect(ui->actOpen, &QAction::triggered, this, [this] {
+        if (!maybeSave())
+            return;
+        const QString path = QFileDialog::getOpenFileName(this, tr("Open Query"), QFileInfo(m_path).absolutePath(), queryFilter);
+        if (!path.isEmpty())
+            openFile(path);
+    });
+    connect(ui->actSave, &QAction::triggered, this, [this] {
+        if (m_path.isEmpty())
+            ui->actSaveAs->trigger();
+        else
+            saveFile(m_path);
+    });
+    connect(ui->actSaveAs, &QAction::triggered, this, [this] {
+        const QString path = QFileDialog::getSaveFileName(this, tr("Save Query"), m_path, queryFilter);
+        if (!path.isEmpty())
+            saveFile(path);
+    });
+    connect(ui->actExit, &QAction::triggered, this, &QWidget::close);
+
+    m_saved = QueryFile::readFrom(m_control);
+    showQuery();
+}
+
+HostWindow::~HostWindow() = default;
+
+bool HostWindow::openFile(const QString &path)
+{
+    try {
+        const QueryFile query = QueryFile::load(path);
+        query.applyTo(m_control);
+        m_path = path;
+        m_saved = QueryFile::readFrom(m_control);
+        showQuery();
+        statusBar()->showMessage(tr("Opened %1").arg(QDir::toNativeSeparators(path)));
+        return true;
+    } catch (const QueryFileError &error) {
+        Dialogs::messageBox(error.message(), Dialogs::OkOnly | Dialogs::Critical, tr("Open Query"));
+        return false;
+    }
+}
+
+bool HostWindow::saveFile(const QString &path)
+{
+    try {
+        const QueryFile query = QueryFile::readFrom(m_control);
+        query.save(path);
+        m_path = path;
+        m_saved = query;
+        updateTitle();
+        statusBar()->showMessage(tr("Saved %1").arg(QDir::toNativeSeparators(path)));
+        return true;
+    } catch (const QueryFileError &error) {
+        Dialogs::messageBox(error.message(), Dialogs::OkOnly | Dialogs::Critical, tr("Save Query"));
+        return false;
+    } catch (const RuntimeError &error) {
+        Dialogs::messageBox(runtimeErrorText(error), Dialogs::OkOnly | Dialogs::Critical, tr("Save Query"));
+        return false;
+    }
+}
+
+bool HostWindow::isModified() const
+{
+    return QueryFile::readFrom(m_control) != m_saved;
+}
+
+void HostWindow::closeEvent(QCloseEvent *event)
+{
+    if (maybeSave())
+        event->accept();
+    else
+        event->ignore();
+}
+
+void HostWindow::showQuery()
+{
+    m_showing = true;
+    const QueryFile query = QueryFile::readFrom(m_control);
+    ui->txtUrl1->setText(query.Url1);
+    ui->chkAllowNav2->setChecked(query.AllowNav2);
+    ui->txtSearchText->setText(query.SearchText);
+    ui->spnNodeOffset->setValue(query.NodeOffset);
+    ui->txtElemAttribs->setPlainText(query.ElemAttribs.join(u'\n'));
+    m_showing = false;
+    updateTitle();
+}
+
+void HostWindow::editQuery(bool (Tamberline::*edit)())
+{
+    runHandler(this, HandlerOrigin::User, [&] {
+        if ((m_control.*edit)())
+            showQuery();
+    });
+}
+
+void HostWindow::updateTitle()
+{
+    const QString name = m_path.isEmpty() ? tr("Untitled") : QFileInfo(m_path).fileName();
+    setWindowTitle(tr("%1[*] - Tamberline").arg(name));
+    setWindowModified(isModified());
+}
+
+bool HostWindow::maybeSave()
+{
+    if (!isModified())
+        return true;
+    const QString crlf = QStringLiteral("\r\n");
+    const int answer = Dialogs::messageBox(tr("The query has unsaved changes.") + crlf + tr("Would you like to save them?"),
+                                           Dialogs::YesNoCancel | Dialogs::Exclamation, tr("Tamberline"));
+    if (answer == Dialogs::Yes) {
+        ui->actSave->trigger();
+        return !isModified();
+    }
+    return answer == Dialogs::No;
+}

@@ -1,0 +1,40 @@
+#include "hostwindow.h"
+
+#include <QApplication>
+#include <QCommandLineParser>
+#include <QDir>
+#include <QFileInfo>
+
+namespace {
+
+QString bundledExample()
+{
+    // Installed next to the program, or the source tree's copy for a build that is run in place.
+    const QString beside = QCoreApplication::applicationDirPath() + QStringLiteral("/../share/tamberline/examples/books.json");
+    if (QFileInfo::exists(beside))
+        return beside;
+    return QStringLiteral(TAMBERLINE_EXAMPLES_DIR "/books.json");
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    QApplication app(argc, argv);
+    QApplication::setApplicationName(QStringLiteral("Tamberline"));
+    QApplication::setApplicationDisplayName(QStringLiteral("Tamberline"));
+
+    QCommandLineParser parser;
+    parser.setApplicationDescription(QStringLiteral("Designs and runs web queries."));
+    parser.addHelpOption();
+    parser.addPositionalArgument(QStringLiteral("query"), QStringLiteral("Query file to open (default: the bundled example)."), QStringLiteral("[QUERY.json]"));
+    parser.process(app);
+
+    const QStringList arguments = parser.positionalArguments();
+    const QString path = arguments.isEmpty() ? bundledExample() : arguments.first();
+
+    HostWindow window;
+    window.openFile(path);
+    window.show();
+    return app.exec();
+}

@@ -1,0 +1,158 @@
+#include "queryfile.h"
+
+#include "control/attribwalk.h"
+#include "control/tamberlinecontrol.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QSaveFile>
+#include <QUrl>
+
+#include <limits>
+
+namespace {
+
+const QStringList knownKeys{QStringLiteral("Url1"), QStringLiteral("AllowNav2"), QStringLiteral("SearchText"),
+                            QStringLiteral("NodeOffset"), QStringLiteral("ElemAttribs")};
+
+QString typeError(const QString &key, const char *expected)
+{
+    return QStringLiteral("\"%1\" must be %2").arg(key, QString::fromLatin1(expected));
+}
+
+bool hasScheme(const QString &address)
+{
+    // A drive-less relative path has no "scheme:" prefix; "about:blank" and "http://…" do.
+    const QUrl url(address);
+    return url.isValid() && !url.scheme().isEmpty();
+}
+
+QString resolveAddress(const QString &address, const QString &folder)
+{
+    if (address.isEmpty() || folder.isEmpty() || hasScheme(address) || address.contains(u'%'))
+        return address;
+    return QUrl::fromLocalFile(QDir(folder).absoluteFilePath(address)).toString();
+}
+
+QString relativeAddress(const QString &address, const QString &folder)
+{
+    const QUrl url(address);
+    if (folder.isEmpty() || !url.isLocalFile())
+        return address;
+    const QString relative = QDir(folder).relativeFilePath(url.toLocalFile());
+    return relative.startsWith(QStringLiteral("..")) ? address : relative;
+}
+
+} // namespace
+
+QueryFile QueryFile::parse(const QByteArray &json, const QString &folder)
+{
+    QJsonParseError error;
+    const QJsonDocument document = QJsonDocument::fromJson(json, &error);
+    if (error.error != QJsonParseError::NoError)
+        throw QueryFileError(QStringLiteral("not valid JSON at character %1: %2").arg(error.offset).arg(error.errorString()));
+    if (!document.isObject())
+        throw QueryFileError(QStringLiteral("the file must hold one JSON object"));
+    const QJsonObject object = document.object();
+    for (auto it = object.begin(); it != object.end(); ++it) {
+        if (!knownKeys.contains(it.key()))
+            throw QueryFileError(QStringLiteral("unknown key \"%1\" (known: %2)").arg(it.key(), knownKeys.join(QStringLiteral(", "))));
+    }
+
+    QueryFile query;
+    const auto text = [&](const QString &key) {
+        const QJsonValue value = object.value(key);
+        if (value.isUndefined())
+            return QString();
+        if (!value.isString())
+            throw QueryFileError(typeError(key, "a string"));
+        return value.toString();
+    };
+    query.Url1 = resolveAddress(text(QStringLiteral("Url1")), folder);
+    query.SearchText = text(QStringLiteral("SearchText"));
+
+    const QJsonValue allowNav = object.value(QStringLiteral("AllowNav2"));
+    if (!allowNav.isUndefined() && !allowNav.isBool())
+        throw QueryFileError(typeError(QStringLiteral("AllowNav2"), "true or false"));
+    query.AllowNav2 = allowNav.toBool();
+
+    const QJsonValue offset = object.value(QStringLiteral("NodeOffset"));
+    if (!offset.isUndefined()) {
+        const double number = offset.toDouble(0.5);
+        if (!offset.isDouble() || number != static_cast<double>(static_cast<long long>(number))
+            || number < std::numeric_limits<int32_t>::min() || number > std::numeric_limits<int32_t>::max())
+            throw QueryFileError(typeError(QStringLiteral("NodeOffset"), "a whole number from -2147483648 to 2147483647"));
+        query.NodeOffset = static_cast<int32_t>(number);
+    }
+
+    const QJsonValue attribs = object.value(QStringLiteral("ElemAttribs"));
+    if (!attribs.isUndefined()) {
+        if (!attribs.isArray())
+            throw QueryFileError(typeError(QStringLiteral("ElemAttribs"), "a list of \"name=value\" strings"));
+        for (const QJsonValue &entry : attribs.toArray()) {
+            if (!entry.isString())
+                throw QueryFileError(typeError(QStringLiteral("ElemAttribs"), "a list of \"name=value\" strings"));
+            query.ElemAttribs.append(entry.toString());
+        }
+    }
+    return query;
+}
+
+QueryFile QueryFile::load(const QString &path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        throw QueryFileError(QStringLiteral("cannot read %1: %2").arg(path, file.errorString()));
+    try {
+        return parse(file.readAll(), QFileInfo(path).absolutePath());
+    } catch (const QueryFileError &error) {
+        throw QueryFileError(QStringLiteral("%1: %2").arg(path, error.message()));
+    }
+}
+
+QByteArray QueryFile::toJson(const QString &folder) const
+{
+    QJsonObject object;
+    object.insert(QStringLiteral("Url1"), relativeAddress(Url1, folder));
+    object.insert(QStringLiteral("AllowNav2"), AllowNav2);
+    object.insert(QStringLiteral("SearchText"), SearchText);
+    object.insert(QStringLiteral("NodeOffset"), NodeOffset);
+    object.insert(QStringLiteral("ElemAttribs"), QJsonArray::fromStringList(ElemAttribs));
+    return QJsonDocument(object).toJson(QJsonDocument::Indented);
+}
+
+void QueryFile::save(const QString &path) const
+{
+    QSaveFile file(path);
+    if (!file.open(QIODevice::WriteOnly))
+        throw QueryFileError(QStringLiteral("cannot write %1: %2").arg(path, file.errorString()));
+    file.write(toJson(QFileInfo(path).absolutePath()));
+    if (!file.commit())
+        throw QueryFileError(QStringLiteral("cannot write %1: %2").arg(path, file.errorString()));
+}
+
+void QueryFile::applyTo(Tamberline &control) const
+{
+    control.setUrl1(Url1);
+    control.setAllowNav2(AllowNav2);
+    control.setSearchText(SearchText);
+    control.setNodeOffset(NodeOffset);
+    control.ClearAttribs();
+    for (const QString &entry : ElemAttribs)
+        control.setElemAttribs(-1, entry);
+}
+
+QueryFile QueryFile::readFrom(const Tamberline &control)
+{
+    QueryFile query;
+    query.Url1 = control.Url1();
+    query.AllowNav2 = control.AllowNav2();
+    query.SearchText = control.SearchText();
+    query.NodeOffset = control.NodeOffset();
+    query.ElemAttribs = walkElemAttribs(control);
+    return query;
+}

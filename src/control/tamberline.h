@@ -1,0 +1,87 @@
+/* The query control for hosts that are not Qt programs.
+ *
+ * Every function returns a status: 0 on success, otherwise a run-time error number
+ * (424 object required, 6 overflow, 13 type mismatch, 438 no such member, ...);
+ * tamberline_last_error describes the last failure on the calling thread.
+ * Results come back in the last, out-parameter. Strings are UTF-8; strings returned by the
+ * library are freed with tamberline_free_string. Booleans are int16_t with True = -1.
+ *
+ * Controls created on one thread share one query; a control on another thread has its own.
+ * Call a control only on the thread that created it. The library creates the Qt application
+ * object when the host has none. */
+#ifndef TAMBERLINE_H
+#define TAMBERLINE_H
+
+#include <stdint.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+typedef struct TamberlineControl TamberlineControl;
+
+#define TAMBERLINE_TRUE ((int16_t)-1)
+#define TAMBERLINE_FALSE ((int16_t)0)
+
+/* Dispatch identifiers, for tamberline_invoke. */
+#define TAMBERLINE_DISPID_NODEOFFSET 0x68030000
+#define TAMBERLINE_DISPID_ELEMATTRIBS 0x68030001
+#define TAMBERLINE_DISPID_SEARCHTEXT 0x68030002
+#define TAMBERLINE_DISPID_ALLOWNAV2 0x68030003
+#define TAMBERLINE_DISPID_URL1 0x68030004
+#define TAMBERLINE_DISPID_CLEARATTRIBS 0x60030005
+#define TAMBERLINE_DISPID_EDITPROPERTIES 0x60030006
+#define TAMBERLINE_DISPID_EDITQUERYITEM 0x60030007
+#define TAMBERLINE_DISPID_EDITWIZARD 0x60030008
+
+/* Invoke kinds; a read may pass METHOD | PROPERTYGET. */
+#define TAMBERLINE_METHOD 1
+#define TAMBERLINE_PROPERTYGET 2
+#define TAMBERLINE_PROPERTYPUT 4
+
+/* Value types of tamberline_invoke's arguments and result. */
+#define TAMBERLINE_EMPTY 0
+#define TAMBERLINE_BOOL 1  /* number: -1 or 0 */
+#define TAMBERLINE_INT16 2 /* number */
+#define TAMBERLINE_INT32 3 /* number */
+#define TAMBERLINE_TEXT 4  /* text, UTF-8 */
+
+typedef struct TamberlineValue {
+    int32_t type;
+    int32_t number;
+    char *text; /* only read in arguments; owned by the caller of a result (tamberline_value_clear) */
+} TamberlineValue;
+
+int tamberline_create(TamberlineControl **control);
+int tamberline_release(TamberlineControl *control);
+
+int tamberline_Url1_get(TamberlineControl *control, char **result);
+int tamberline_Url1_put(TamberlineControl *control, const char *text);
+int tamberline_AllowNav2_get(TamberlineControl *control, int16_t *result);
+int tamberline_AllowNav2_put(TamberlineControl *control, int16_t value);
+int tamberline_SearchText_get(TamberlineControl *control, char **result);
+int tamberline_SearchText_put(TamberlineControl *control, const char *text);
+int tamberline_ElemAttribs_get(TamberlineControl *control, int16_t index, char **result);
+int tamberline_ElemAttribs_put(TamberlineControl *control, int16_t index, const char *text);
+int tamberline_ClearAttribs(TamberlineControl *control);
+int tamberline_NodeOffset_get(TamberlineControl *control, int32_t *result);
+int tamberline_NodeOffset_put(TamberlineControl *control, int32_t value);
+int tamberline_EditProperties(TamberlineControl *control, int16_t *result);
+int tamberline_EditQueryItem(TamberlineControl *control, int16_t *result);
+int tamberline_EditWizard(TamberlineControl *control, int16_t *result);
+
+/* Any member by dispatch identifier. result may be NULL when the member returns nothing. */
+int tamberline_invoke(TamberlineControl *control, int32_t dispid, int kind,
+                      const TamberlineValue *args, int argCount, TamberlineValue *result);
+
+/* The description of the last failed call on this thread ("" when none failed). */
+int tamberline_last_error(char **result);
+
+void tamberline_free_string(char *text);
+void tamberline_value_clear(TamberlineValue *value);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

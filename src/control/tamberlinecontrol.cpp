@@ -1,0 +1,65 @@
+#include "tamberlinecontrol.h"
+
+#include "controlthreadstate.h"
+#include "platform/runtimeerror.h"
+
+#include <cstring>
+
+Tamberline::Tamberline(QObject *parent)
+    : QObject(parent)
+    , m_state(ControlThreadState::current())
+{
+}
+
+Tamberline::~Tamberline()
+{
+    m_state->releaseLastPageParser();
+}
+
+QString Tamberline::Url1() const { return m_state->query.Url1; }
+void Tamberline::setUrl1(const QString &value) { m_state->query.Url1 = value; }
+bool Tamberline::AllowNav2() const { return m_state->query.AllowNav2; }
+void Tamberline::setAllowNav2(bool value) { m_state->query.AllowNav2 = value; }
+QString Tamberline::SearchText() const { return m_state->query.SearchText; }
+void Tamberline::setSearchText(const QString &value) { m_state->query.SearchText = value; }
+QString Tamberline::ElemAttribs(qint16 index) const { return m_state->query.attrib(index); }
+
+void Tamberline::setElemAttribs(qint16 index, const QString &text)
+{
+    m_state->query.putAttrib(index, text);
+}
+
+void Tamberline::ClearAttribs() { m_state->query.clearAttribs(); }
+qint32 Tamberline::NodeOffset() const { return m_state->query.NodeOffset; }
+void Tamberline::setNodeOffset(qint32 value) { m_state->query.NodeOffset = value; }
+
+bool Tamberline::EditProperties()
+{
+    throw RuntimeError(ErrorNumber::ActionNotSupported,
+                       QStringLiteral("EditProperties is not available yet: the attribute list editor is not built"));
+}
+
+bool Tamberline::EditQueryItem()
+{
+    throw RuntimeError(ErrorNumber::ActionNotSupported,
+                       QStringLiteral("EditQueryItem is not available yet: the Page Parser is not built"));
+}
+
+bool Tamberline::EditWizard()
+{
+    throw RuntimeError(ErrorNumber::ActionNotSupported,
+                       QStringLiteral("EditWizard is not available yet: the Search Wizard is not built"));
+}
+
+QVariant Tamberline::invoke(int32_t dispid, DispatchKind kind, const QVariantList &args)
+{
+    return dispatchInvoke(*this, dispid, kind, args);
+}
+
+QStringList Tamberline::storedAttribs() const { return m_state->query.storedAttribs(); }
+void Tamberline::removeStoredAttrib(int position) { m_state->query.removeStoredAttrib(position); }
+
+bool isQueryControl(const QObject *object)
+{
+    return object && std::strcmp(object->metaObject()->className(), "Tamberline") == 0;
+}

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <QList>
+#include <QString>
+
+#include <utility>
+
+// The per-user settings store of the application "Tamberline", by section and key.
+namespace SettingsStore {
+
+inline constexpr char16_t ApplicationName[] = u"Tamberline";
+
+QString getSetting(const QString &section, const QString &key, const QString &defaultValue = {});
+void saveSetting(const QString &section, const QString &key, const QString &value);
+// Every key of a section with its value, in the store's order.
+QList<std::pair<QString, QString>> getAllSettings(const QString &section);
+
+} // namespace SettingsStore

@@ -1,0 +1,202 @@
+/* A host written in C that uses only the public header and the shared library. */
+#include "control/tamberline.h"
+
+#include <pthread.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+
+static int failures = 0;
+
+#define CHECK(condition)                                                            \
+    do {                                                                            \
+        if (!(condition)) {                                                         \
+            fprintf(stderr, "%s:%d: check failed: %s\n", __FILE__, __LINE__, #condition); \
+            ++failures;                                                             \
+        }                                                                           \
+    } while (0)
+
+/* Reads a text property and compares it, freeing the copy. */
+static int textIs(int status, char *text, const char *expected)
+{
+    int same = status == 0 && text && strcmp(text, expected) == 0;
+    if (!same)
+        fprintf(stderr, "  got status %d, text \"%s\", expected \"%s\"\n", status, text ? text : "(null)", expected);
+    tamberline_free_string(text);
+    return same;
+}
+
+static int url1Is(TamberlineControl *control, const char *expected)
+{
+    char *text = NULL;
+    int status = tamberline_Url1_get(control, &text);
+    return textIs(status, text, expected);
+}
+
+static int attribIs(TamberlineControl *control, int16_t index, const char *expected)
+{
+    char *text = NULL;
+    int status = tamberline_ElemAttribs_get(control, index, &text);
+    return textIs(status, text, expected);
+}
+
+static void testPropertiesAndSharing(void)
+{
+    TamberlineControl *first = NULL, *second = NULL;
+    int16_t allow = 1;
+    int32_t offset = 1;
+    char *text = NULL;
+
+    CHECK(tamberline_create(&first) == 0 && first);
+    CHECK(url1Is(first, ""));
+    CHECK(tamberline_AllowNav2_get(first, &allow) == 0 && allow == TAMBERLINE_FALSE);
+    CHECK(tamberline_NodeOffset_get(first, &offset) == 0 && offset == 0);
+    CHECK(attribIs(first, 0, ""));
+
+    CHECK(tamberline_create(&second) == 0 && second);
+    CHECK(tamberline_Url1_put(first, "http://shop.example/item?id=%id%&lang=\xc3\xa9") == 0);
+    CHECK(url1Is(second, "http://shop.example/item?id=%id%&lang=\xc3\xa9"));
+    CHECK(tamberline_AllowNav2_put(second, TAMBERLINE_TRUE) == 0);
+    CHECK(tamberline_AllowNav2_get(first, &allow) == 0 && allow == TAMBERLINE_TRUE);
+    CHECK(tamberline_SearchText_put(first, NULL) == 0); /* NULL is the empty text */
+    CHECK(tamberline_SearchText_get(second, &text) == 0 && textIs(0, text, ""));
+    CHECK(tamberline_NodeOffset_put(second, -2147483647 - 1) == 0);
+    CHECK(tamberline_NodeOffset_get(first, &offset) == 0 && offset == -2147483647 - 1);
+
+    CHECK(tamberline_ElemAttribs_put(first, -1, "a=1") == 0);
+    CHECK(tamberline_ElemAttribs_put(first, 7, "b=2") == 0);
+    CHECK(attribIs(second, 1, "b=2"));
+    CHECK(attribIs(second, -5, ""));
+    CHECK(attribIs(second, 2, ""));
+    CHECK(tamberline_ElemAttribs_put(second, 0, "x=9") == 424);
+    CHECK(tamberline_last_error(&text) == 0 && textIs(0, text, "Object required"));
+    CHECK(attribIs(first, 0, "a=1"));
+    CHECK(tamberline_ClearAttribs(second) == 0);
+    CHECK(attribIs(first, 0, ""));
+
+    CHECK(tamberline_release(second) == 0);
+    CHECK(url1Is(first, "http://shop.example/item?id=%id%&lang=\xc3\xa9"));
+    CHECK(tamberline_release(first) == 0);
+}
+
+static void testInvoke(void)
+{
+    TamberlineControl *control = NULL;
+    TamberlineValue args[2];
+    TamberlineValue result = {TAMBERLINE_EMPTY, 0, NULL};
+    char attrib[] = "class=price";
+    char url[] = "page.htm";
+
+    CHECK(tamberline_create(&control) == 0);
+    args[0].type = TAMBERLINE_TEXT;
+    args[0].number = 0;
+    args[0].text = url;
+    CHECK(tamberline_invoke(control, TAMBERLINE_DISPID_URL1, TAMBERLINE_PROPERTYPUT, args, 1, NULL) == 0);
+    CHECK(url1Is(control, "page.htm"));
+
+    args[0].type = TAMBERLINE_INT16;
+    args[0].number = -1;
+    args[0].text = NULL;
+    args[1].type = TAMBERLINE_TEXT;
+    args[1].number = 0;
+    args[1].text = attrib;
+    CHECK(tamberline_invoke(control, TAMBERLINE_DISPID_ELEMATTRIBS, TAMBERLINE_PROPERTYPUT, args, 2, NULL) == 0);
+    args[0].number = 0;
+    CHECK(tamberline_invoke(control, TAMBERLINE_DISPID_ELEMATTRIBS, TAMBERLINE_METHOD | TAMBERLINE_PROPERTYGET, args, 1, &result) == 0);
+    CHECK(result.type == TAMBERLINE_TEXT && result.text && strcmp(result.text, "class=price") == 0);
+    tamberline_value_clear(&result);
+    CHECK(result.type == TAMBERLINE_EMPTY && result.text == NULL);
+
+    args[0].type = TAMBERLINE_BOOL;
+    args[0].number = TAMBERLINE_TRUE;
+    CHECK(tamberline_invoke(control, TAMBERLINE_DISPID_ALLOWNAV2, TAMBERLINE_PROPERTYPUT, args, 1, NULL) == 0);
+    CHECK(tamberline_invoke(control, TAMBERLINE_DISPID_ALLOWNAV2, TAMBERLINE_PROPERTYGET, NULL, 0, &result) == 0);
+    CHECK(result.type == TAMBERLINE_BOOL && result.number == -1);
+
+    args[0].type = TAMBERLINE_INT32;
+    args[0].number = 12;
+    CHECK(tamberline_invoke(control, TAMBERLINE_DISPID_NODEOFFSET, TAMBERLINE_PROPERTYPUT, args, 1, NULL) == 0);
+    CHECK(tamberline_invoke(control, TAMBERLINE_DISPID_NODEOFFSET, TAMBERLINE_PROPERTYGET, NULL, 0, &result) == 0);
+    CHECK(result.type == TAMBERLINE_INT32 && result.number == 12);
+
+    CHECK(tamberline_invoke(control, TAMBERLINE_DISPID_CLEARATTRIBS, TAMBERLINE_METHOD, NULL, 0, NULL) == 0);
+    CHECK(attribIs(control, 0, ""));
+
+    args[0].type = TAMBERLINE_INT32;
+    args[0].number = 40000; /* does not fit the 16-bit index */
+    CHECK(tamberline_invoke(control, TAMBERLINE_DISPID_ELEMATTRIBS, TAMBERLINE_PROPERTYGET, args, 1, &result) == 6);
+    CHECK(tamberline_invoke(control, 0x12345678, TAMBERLINE_METHOD, NULL, 0, &result) == 438);
+    CHECK(tamberline_invoke(control, TAMBERLINE_DISPID_URL1, TAMBERLINE_PROPERTYGET, args, 1, &result) == 450);
+    args[0].type = 99;
+    CHECK(tamberline_invoke(control, TAMBERLINE_DISPID_URL1, TAMBERLINE_PROPERTYPUT, args, 1, NULL) == 13);
+    CHECK(tamberline_invoke(control, TAMBERLINE_DISPID_URL1, TAMBERLINE_PROPERTYPUT, NULL, 1, NULL) == 5);
+    CHECK(tamberline_release(control) == 0);
+}
+
+static void testMisuse(void)
+{
+    char *text = NULL;
+    int16_t flag = 0;
+    TamberlineControl *control = NULL;
+    CHECK(tamberline_Url1_get(NULL, &text) == 424 && text == NULL);
+    CHECK(tamberline_release(NULL) == 424);
+    CHECK(tamberline_create(NULL) == 5);
+    CHECK(tamberline_create(&control) == 0);
+    CHECK(tamberline_AllowNav2_get(control, NULL) == 5);
+    CHECK(tamberline_EditWizard(control, NULL) == 5);
+    CHECK(tamberline_release(control) == 0);
+    (void)flag;
+}
+
+struct ThreadResult {
+    int sawEmpty;
+    int sawOwn;
+    int wrongThreadStatus;
+    TamberlineControl *foreign;
+};
+
+static void *otherThread(void *argument)
+{
+    struct ThreadResult *result = (struct ThreadResult *)argument;
+    TamberlineControl *control = NULL;
+    char *text = NULL;
+    if (tamberline_create(&control) != 0)
+        return NULL;
+    result->sawEmpty = url1Is(control, "");
+    tamberline_Url1_put(control, "worker");
+    result->sawOwn = url1Is(control, "worker");
+    result->wrongThreadStatus = tamberline_Url1_get(result->foreign, &text);
+    tamberline_free_string(text);
+    tamberline_release(control);
+    return NULL;
+}
+
+static void testThreads(void)
+{
+    TamberlineControl *control = NULL;
+    pthread_t thread;
+    struct ThreadResult result = {0, 0, 0, NULL};
+    CHECK(tamberline_create(&control) == 0);
+    CHECK(tamberline_Url1_put(control, "main") == 0);
+    result.foreign = control;
+    CHECK(pthread_create(&thread, NULL, otherThread, &result) == 0);
+    CHECK(pthread_join(thread, NULL) == 0);
+    CHECK(result.sawEmpty);
+    CHECK(result.sawOwn);
+    CHECK(result.wrongThreadStatus == 5);
+    CHECK(url1Is(control, "main"));
+    CHECK(tamberline_release(control) == 0);
+}
+
+int main(void)
+{
+    testPropertiesAndSharing();
+    testInvoke();
+    testMisuse();
+    testThreads();
+    if (failures)
+        fprintf(stderr, "%d checks failed\n", failures);
+    else
+        printf("all checks passed\n");
+    return failures ? EXIT_FAILURE : EXIT_SUCCESS;
+}

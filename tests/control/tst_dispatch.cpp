@@ -1,0 +1,140 @@
+#include "control/dispatch.h"
+#include "control/tamberlinecontrol.h"
+#include "platform/runtimeerror.h"
+
+#include <QtTest>
+
+namespace {
+constexpr auto Get = DispatchKind::PropertyGet;
+constexpr auto Put = DispatchKind::PropertyPut;
+constexpr auto Method = DispatchKind::Method;
+const auto Read = static_cast<DispatchKind>(int(Method) | int(Get));
+
+int errorOf(Tamberline &control, int32_t dispid, DispatchKind kind, const QVariantList &args)
+{
+    try {
+        control.invoke(dispid, kind, args);
+    } catch (const RuntimeError &error) {
+        return error.number();
+    }
+    return 0;
+}
+} // namespace
+
+class tst_Dispatch : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void tableKeepsTheInterfaceOrder();
+    void propertiesRoundTrip_data();
+    void propertiesRoundTrip();
+    void elemAttribsByIdentifier();
+    void failures_data();
+    void failures();
+};
+
+void tst_Dispatch::init()
+{
+    Tamberline control;
+    control.ClearAttribs();
+}
+
+void tst_Dispatch::tableKeepsTheInterfaceOrder()
+{
+    const QStringList expected{
+        QStringLiteral("Url1 get"), QStringLiteral("Url1 put"), QStringLiteral("AllowNav2 get"), QStringLiteral("AllowNav2 put"),
+        QStringLiteral("SearchText get"), QStringLiteral("SearchText put"), QStringLiteral("ElemAttribs get"),
+        QStringLiteral("ElemAttribs put"), QStringLiteral("ClearAttribs method"), QStringLiteral("NodeOffset get"),
+        QStringLiteral("NodeOffset put"), QStringLiteral("EditProperties method"), QStringLiteral("EditQueryItem method"),
+        QStringLiteral("EditWizard method")};
+    QStringList actual;
+    for (const DispatchMember &member : dispatchTable()) {
+        const char *kind = member.kind == Get ? "get" : member.kind == Put ? "put" : "method";
+        actual.append(QString::fromLatin1(member.name) + u' ' + QString::fromLatin1(kind));
+    }
+    QCOMPARE(actual, expected);
+    QCOMPARE(dispatchTable()[0].dispid, 0x68030004);
+    QCOMPARE(dispatchTable()[9].dispid, 0x68030000);
+    QCOMPARE(dispatchTable()[13].dispid, 0x60030008);
+}
+
+void tst_Dispatch::propertiesRoundTrip_data()
+{
+    QTest::addColumn<int>("dispid");
+    QTest::addColumn<QVariant>("put");
+    QTest::addColumn<QVariant>("expected");
+    QTest::newRow("Url1 text") << DispId::Url1 << QVariant(QStringLiteral("http://x/%id%")) << QVariant(QStringLiteral("http://x/%id%"));
+    QTest::newRow("Url1 from a number") << DispId::Url1 << QVariant(42) << QVariant(QStringLiteral("42"));
+    QTest::newRow("SearchText") << DispId::SearchText << QVariant(QStringLiteral("Price*")) << QVariant(QStringLiteral("Price*"));
+    QTest::newRow("AllowNav2 from -1") << DispId::AllowNav2 << QVariant(qint16(-1)) << QVariant(true);
+    QTest::newRow("AllowNav2 from 0") << DispId::AllowNav2 << QVariant(0) << QVariant(false);
+    QTest::newRow("AllowNav2 from any non-zero") << DispId::AllowNav2 << QVariant(5) << QVariant(true);
+    QTest::newRow("AllowNav2 from text") << DispId::AllowNav2 << QVariant(QStringLiteral("true")) << QVariant(true);
+    QTest::newRow("NodeOffset") << DispId::NodeOffset << QVariant(-3) << QVariant(-3);
+    QTest::newRow("NodeOffset from numeric text") << DispId::NodeOffset << QVariant(QStringLiteral(" 17 ")) << QVariant(17);
+    QTest::newRow("NodeOffset rounds half to even") << DispId::NodeOffset << QVariant(2.5) << QVariant(2);
+    QTest::newRow("NodeOffset at its limit") << DispId::NodeOffset << QVariant(2147483647LL) << QVariant(2147483647);
+}
+
+void tst_Dispatch::propertiesRoundTrip()
+{
+    QFETCH(int, dispid);
+    QFETCH(QVariant, put);
+    QFETCH(QVariant, expected);
+    Tamberline control;
+    QVERIFY(!control.invoke(dispid, Put, {put}).isValid());
+    const QVariant got = control.invoke(dispid, Get, {});
+    QCOMPARE(got, expected);
+    QCOMPARE(control.invoke(dispid, Read, {}), expected);
+}
+
+void tst_Dispatch::elemAttribsByIdentifier()
+{
+    Tamberline control;
+    control.invoke(DispId::ElemAttribs, Put, {-1, QStringLiteral("a=1")});
+    control.invoke(DispId::ElemAttribs, Put, {QStringLiteral("9"), QStringLiteral("b=2")});
+    QCOMPARE(control.invoke(DispId::ElemAttribs, Get, {1}), QVariant(QStringLiteral("b=2")));
+    QCOMPARE(control.invoke(DispId::ElemAttribs, Get, {-5}), QVariant(QString()));
+    QCOMPARE(errorOf(control, DispId::ElemAttribs, Put, {0, QStringLiteral("x=0")}), 424);
+    QCOMPARE(control.storedAttribs(), (QStringList{QStringLiteral("a=1"), QStringLiteral("b=2")}));
+    QVERIFY(!control.invoke(DispId::ClearAttribs, Method, {}).isValid());
+    QVERIFY(control.storedAttribs().isEmpty());
+}
+
+void tst_Dispatch::failures_data()
+{
+    QTest::addColumn<int>("dispid");
+    QTest::addColumn<int>("kind");
+    QTest::addColumn<QVariantList>("args");
+    QTest::addColumn<int>("error");
+    QTest::newRow("unknown identifier") << 0x68030009 << int(Get) << QVariantList{} << 438;
+    QTest::newRow("put on a method") << DispId::ClearAttribs << int(Put) << QVariantList{1} << 438;
+    QTest::newRow("no kind at all") << DispId::Url1 << 0 << QVariantList{} << 438;
+    QTest::newRow("get with an argument") << DispId::Url1 << int(Get) << QVariantList{1} << 450;
+    QTest::newRow("put without a value") << DispId::SearchText << int(Put) << QVariantList{} << 450;
+    QTest::newRow("ElemAttribs get without index") << DispId::ElemAttribs << int(Get) << QVariantList{} << 450;
+    QTest::newRow("index is not a number") << DispId::ElemAttribs << int(Get) << QVariantList{QStringLiteral("x")} << 13;
+    QTest::newRow("index over 16 bits") << DispId::ElemAttribs << int(Get) << QVariantList{32768} << 6;
+    QTest::newRow("index under 16 bits") << DispId::ElemAttribs << int(Put) << QVariantList{-32769, QStringLiteral("a=1")} << 6;
+    QTest::newRow("offset over 32 bits") << DispId::NodeOffset << int(Put) << QVariantList{2147483648LL} << 6;
+    QTest::newRow("offset not finite") << DispId::NodeOffset << int(Put) << QVariantList{qInf()} << 6;
+    QTest::newRow("Boolean from other text") << DispId::AllowNav2 << int(Put) << QVariantList{QStringLiteral("maybe")} << 13;
+    QTest::newRow("text from a list") << DispId::Url1 << int(Put) << QVariantList{QVariant(QStringList{})} << 13;
+}
+
+void tst_Dispatch::failures()
+{
+    QFETCH(int, dispid);
+    QFETCH(int, kind);
+    QFETCH(QVariantList, args);
+    QFETCH(int, error);
+    Tamberline control;
+    control.setUrl1(QStringLiteral("kept"));
+    QCOMPARE(errorOf(control, dispid, static_cast<DispatchKind>(kind), args), error);
+    QCOMPARE(control.Url1(), QStringLiteral("kept"));
+}
+
+QTEST_GUILESS_MAIN(tst_Dispatch)
+#include "tst_dispatch.moc"

@@ -1,0 +1,80 @@
+#include "scripteddialogs.h"
+
+#include <QLineEdit>
+#include <QPushButton>
+#include <QTest>
+#include <QWidget>
+
+ScriptedDialogs::ScriptedDialogs()
+{
+    Dialogs::setMessageBoxResponder([this](const Dialogs::MessageBoxCall &call) {
+        m_messageBoxes.append(call);
+        if (m_messageAnswers.isEmpty()) {
+            m_unexpected.append(QStringLiteral("message box: ") + call.text);
+            return int(Dialogs::Cancel);
+        }
+        return m_messageAnswers.dequeue();
+    });
+    Dialogs::setInputBoxResponder([this](const Dialogs::InputBoxCall &call) {
+        m_inputBoxes.append(call);
+        if (m_inputAnswers.isEmpty()) {
+            m_unexpected.append(QStringLiteral("input box: ") + call.prompt);
+            return QString();
+        }
+        return m_inputAnswers.dequeue();
+    });
+    Dialogs::setModalHook([this](QWidget *window) {
+        m_modalWindows.append(window->objectName());
+        if (m_modalActions.isEmpty()) {
+            m_unexpected.append(QStringLiteral("modal window: ") + window->objectName());
+            window->hide();
+            return;
+        }
+        m_modalActions.dequeue()(window);
+        if (window->isVisible()) {
+            m_unexpected.append(QStringLiteral("still open after its action: ") + window->objectName());
+            window->hide();
+        }
+    });
+}
+
+ScriptedDialogs::~ScriptedDialogs()
+{
+    Dialogs::setMessageBoxResponder({});
+    Dialogs::setInputBoxResponder({});
+    Dialogs::setModalHook({});
+}
+
+void ScriptedDialogs::answerPrompt(const QString &value)
+{
+    onModal([value](QWidget *window) {
+        auto *box = window->findChild<QLineEdit *>(QStringLiteral("txtValue"));
+        QVERIFY(box);
+        box->selectAll();
+        QTest::keyClicks(box, value);
+        if (value.isEmpty())
+            box->clear();
+        QTest::mouseClick(window->findChild<QPushButton *>(QStringLiteral("cmdFinish")), Qt::LeftButton);
+    });
+}
+
+void ScriptedDialogs::cancelPrompt()
+{
+    onModal([](QWidget *window) {
+        QTest::mouseClick(window->findChild<QPushButton *>(QStringLiteral("cmdCancel")), Qt::LeftButton);
+    });
+}
+
+bool ScriptedDialogs::done() const
+{
+    return m_messageAnswers.isEmpty() && m_inputAnswers.isEmpty() && m_modalActions.isEmpty() && m_unexpected.isEmpty();
+}
+
+QString ScriptedDialogs::pending() const
+{
+    return QStringLiteral("unused answers: %1 message, %2 input, %3 modal; unexpected: %4")
+        .arg(m_messageAnswers.size())
+        .arg(m_inputAnswers.size())
+        .arg(m_modalActions.size())
+        .arg(m_unexpected.join(QStringLiteral("; ")));
+}

@@ -1,0 +1,142 @@
+#include "platform/dialogs.h"
+#include "platform/handlerguard.h"
+#include "platform/runtimeerror.h"
+#include "platform/settingsstore.h"
+#include "scripteddialogs.h"
+#include "testsettings.h"
+
+#include <QAbstractButton>
+#include <QMainWindow>
+#include <QMessageBox>
+#include <QStatusBar>
+#include <QtTest>
+
+class tst_Dialogs : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void messageBoxStyles_data();
+    void messageBoxStyles();
+    void realMessageBoxAnswers_data();
+    void realMessageBoxAnswers();
+    void showModalReturnsWhenHidden();
+    void handlerErrorsAreReported_data();
+    void handlerErrorsAreReported();
+    void settingsRoundTrip();
+};
+
+void tst_Dialogs::messageBoxStyles_data()
+{
+    QTest::addColumn<int>("style");
+    QTest::addColumn<int>("buttons");
+    QTest::addColumn<int>("icon");
+    QTest::newRow("0 OK") << 0 << int(QMessageBox::Ok) << int(QMessageBox::NoIcon);
+    QTest::newRow("3 Yes/No/Cancel") << 3 << int(QMessageBox::Yes | QMessageBox::No | QMessageBox::Cancel) << int(QMessageBox::NoIcon);
+    QTest::newRow("20 Yes/No critical") << 20 << int(QMessageBox::Yes | QMessageBox::No) << int(QMessageBox::Critical);
+    QTest::newRow("49 OK/Cancel warning") << 49 << int(QMessageBox::Ok | QMessageBox::Cancel) << int(QMessageBox::Warning);
+    QTest::newRow("16 OK critical") << 16 << int(QMessageBox::Ok) << int(QMessageBox::Critical);
+}
+
+void tst_Dialogs::messageBoxStyles()
+{
+    QFETCH(int, style);
+    QFETCH(int, buttons);
+    QFETCH(int, icon);
+    const auto box = Dialogs::buildMessageBox({QStringLiteral("text"), style, QString()});
+    QCOMPARE(int(box->standardButtons()), buttons);
+    QCOMPARE(int(box->icon()), icon);
+    QCOMPARE(box->windowTitle(), Dialogs::defaultTitle());
+    QCOMPARE(box->text(), QStringLiteral("text"));
+}
+
+void tst_Dialogs::realMessageBoxAnswers_data()
+{
+    QTest::addColumn<int>("style");
+    QTest::addColumn<int>("button");
+    QTest::addColumn<int>("answer");
+    QTest::newRow("OK") << 0 << int(QMessageBox::Ok) << 1;
+    QTest::newRow("Cancel") << 49 << int(QMessageBox::Cancel) << 2;
+    QTest::newRow("Yes") << 3 << int(QMessageBox::Yes) << 6;
+    QTest::newRow("No") << 20 << int(QMessageBox::No) << 7;
+}
+
+void tst_Dialogs::realMessageBoxAnswers()
+{
+    QFETCH(int, style);
+    QFETCH(int, button);
+    QFETCH(int, answer);
+    // No responder: the real box comes up and a button is clicked on it.
+    QTimer::singleShot(0, this, [button] {
+        auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget());
+        QVERIFY(box);
+        box->button(QMessageBox::StandardButton(button))->click();
+    });
+    QCOMPARE(Dialogs::messageBox(QStringLiteral("Question"), style, QStringLiteral("Title")), answer);
+}
+
+void tst_Dialogs::showModalReturnsWhenHidden()
+{
+    ScriptedDialogs script;
+    QWidget window;
+    window.setObjectName(QStringLiteral("frmSample"));
+    bool wasModal = false;
+    script.onModal([&](QWidget *shown) {
+        wasModal = shown->isModal() && shown->isVisible();
+        shown->hide();
+    });
+    Dialogs::showModal(&window);
+    QVERIFY(wasModal);
+    QVERIFY(!window.isVisible());
+    QCOMPARE(script.modalWindows(), QStringList{QStringLiteral("frmSample")});
+    QVERIFY2(script.done(), qPrintable(script.pending()));
+}
+
+void tst_Dialogs::handlerErrorsAreReported_data()
+{
+    QTest::addColumn<int>("origin");
+    QTest::addColumn<int>("boxes");
+    QTest::newRow("user action: box and status bar") << int(HandlerOrigin::User) << 1;
+    QTest::newRow("internal: status bar alone") << int(HandlerOrigin::Internal) << 0;
+}
+
+void tst_Dialogs::handlerErrorsAreReported()
+{
+    QFETCH(int, origin);
+    QFETCH(int, boxes);
+    ScriptedDialogs script;
+    if (boxes)
+        script.answerMessageBox(Dialogs::OK);
+    QMainWindow window;
+    int reached = 0;
+    const bool ok = runHandler(&window, HandlerOrigin(origin), [&] {
+        reached = 1;
+        throw RuntimeError(ErrorNumber::Overflow);
+        reached = 2;
+    });
+    QVERIFY(!ok);
+    QCOMPARE(reached, 1);
+    QCOMPARE(window.statusBar()->currentMessage(), QStringLiteral("Run-time error '6': Overflow"));
+    QCOMPARE(script.messageBoxes().size(), boxes);
+    QVERIFY2(script.done(), qPrintable(script.pending()));
+    QVERIFY(runHandler(&window, HandlerOrigin(origin), [] {}));
+}
+
+void tst_Dialogs::settingsRoundTrip()
+{
+    TestSettings settings;
+    QCOMPARE(SettingsStore::getSetting(QStringLiteral("Preferences"), QStringLiteral("WindowTop"), QStringLiteral("120")),
+             QStringLiteral("120"));
+    SettingsStore::saveSetting(QStringLiteral("Preferences"), QStringLiteral("WindowTop"), QStringLiteral("300"));
+    SettingsStore::saveSetting(QStringLiteral("Favorites"), QStringLiteral("Shop"), QStringLiteral("http://shop.example/"));
+    SettingsStore::saveSetting(QStringLiteral("Favorites"), QStringLiteral("News"), QStringLiteral("http://news.example/"));
+    QCOMPARE(SettingsStore::getSetting(QStringLiteral("Preferences"), QStringLiteral("WindowTop")), QStringLiteral("300"));
+    const auto favorites = SettingsStore::getAllSettings(QStringLiteral("Favorites"));
+    QCOMPARE(favorites.size(), 2);
+    QVERIFY(favorites.contains(std::pair(QStringLiteral("Shop"), QStringLiteral("http://shop.example/"))));
+    QVERIFY(SettingsStore::getAllSettings(QStringLiteral("Nothing")).isEmpty());
+    QVERIFY(QFile::exists(settings.iniFile()));
+}
+
+QTEST_MAIN(tst_Dialogs)
+#include "tst_dialogs.moc"
