@@ -1,9 +1,12 @@
 #include "hostwindow.h"
+#include "platform/webpage.h"
 
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QDir>
 #include <QFileInfo>
+
+#include <cstdio>
 
 namespace {
 
@@ -20,6 +23,12 @@ QString bundledExample()
 
 int main(int argc, char *argv[])
 {
+    const QString sandboxProblem = browserSandboxProblem();
+    if (!sandboxProblem.isEmpty()) {
+        std::fprintf(stderr, "tamberline: %s\n", qPrintable(sandboxProblem));
+        return 1;
+    }
+    QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
     QApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Tamberline"));
     QApplication::setApplicationDisplayName(QStringLiteral("Tamberline"));

@@ -31,6 +31,8 @@ void ensureApplication()
     static int argc = 1;
     static char name[] = "tamberline";
     static char *argv[] = {name, nullptr};
+    // The embedded browser shares its graphics context; this must precede the application.
+    QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
     new QApplication(argc, argv);
 }
 

@@ -1,7 +1,9 @@
 #include "tamberlinecontrol.h"
 
 #include "controlthreadstate.h"
+#include "parser/frmmain.h"
 #include "platform/runtimeerror.h"
+#include "platform/webpage.h"
 
 #include <cstring>
 
@@ -41,8 +43,23 @@ bool Tamberline::EditProperties()
 
 bool Tamberline::EditQueryItem()
 {
-    throw RuntimeError(ErrorNumber::ActionNotSupported,
-                       QStringLiteral("EditQueryItem is not available yet: the Page Parser is not built"));
+    // Every failure becomes False: the host is shown nothing.
+    try {
+        const QString problem = browserSandboxProblem();
+        if (!problem.isEmpty()) {
+            qWarning("%s", qPrintable(problem));
+            return false;
+        }
+        m_state->releaseLastPageParser();
+        auto *parser = new frmMain;
+        m_state->setLastPageParser(parser);
+        parser->SetQueryControl(this);
+        parser->EditQuery();
+        delete parser; // unloaded; the guard in the thread state sees it go
+        return true;
+    } catch (const std::exception &) {
+        return false;
+    }
 }
 
 bool Tamberline::EditWizard()

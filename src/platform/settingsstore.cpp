@@ -24,9 +24,15 @@ QString getSetting(const QString &section, const QString &key, const QString &de
 
 void saveSetting(const QString &section, const QString &key, const QString &value)
 {
+    saveSettings(section, {{key, value}});
+}
+
+void saveSettings(const QString &section, const QList<std::pair<QString, QString>> &pairs)
+{
     QSettings store = openStore();
     store.beginGroup(section);
-    store.setValue(key, value);
+    for (const auto &[key, value] : pairs)
+        store.setValue(key, value);
 }
 
 QList<std::pair<QString, QString>> getAllSettings(const QString &section)

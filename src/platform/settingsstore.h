@@ -12,6 +12,8 @@ inline constexpr char16_t ApplicationName[] = u"Tamberline";
 
 QString getSetting(const QString &section, const QString &key, const QString &defaultValue = {});
 void saveSetting(const QString &section, const QString &key, const QString &value);
+// Several keys in one write, in the order given.
+void saveSettings(const QString &section, const QList<std::pair<QString, QString>> &pairs);
 // Every key of a section with its value, in the store's order.
 QList<std::pair<QString, QString>> getAllSettings(const QString &section);
 

@@ -1,0 +1,395 @@
+#include "frmmain.h"
+
+#include "control/tamberlinecontrol.h"
+#include "documenttree.h"
+#include "nodekeys.h"
+#include "pageparserquery.h"
+#include "platform/dialogs.h"
+#include "platform/handlerguard.h"
+#include "platform/runtimeerror.h"
+#include "platform/textrules.h"
+#include "platform/webpage.h"
+#include "progressstrip.h"
+#include "substitution/controlvariables.h"
+#include "substitution/examplevaluecache.h"
+#include "ui_frmmain.h"
+#include "windowplacement.h"
+
+#include <QApplication>
+#include <QCloseEvent>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QLineEdit>
+#include <QScreen>
+#include <QTimer>
+#include <QWebEngineView>
+
+#include <cmath>
+
+namespace {
+
+const QString GoAction = QStringLiteral("cmdGo_Click");
+const QString SearchAction = QStringLiteral("cmdSearch_Click");
+const QString CrLf = QStringLiteral("\r\n");
+
+Ui::frmMain *setUpForm(frmMain *window)
+{
+    auto *form = new Ui::frmMain;
+    form->setupUi(window);
+    return form;
+}
+
+} // namespace
+
+frmMain::frmMain(QWidget *parent)
+    : QMainWindow(parent)
+    , ui(setUpForm(this))
+    , m_tree(ui->tvu)
+{
+    m_page = new WebPage(this);
+    ui->WebBr->setPage(m_page);
+    m_page->setNavigationGuard([this](const QUrl &, bool) {
+        if (!m_permission.allow())
+            return false;
+        beginProgress();
+        return true;
+    });
+    connect(m_page, &QWebEnginePage::loadStarted, this, &frmMain::onLoadStarted);
+    connect(m_page, &QWebEnginePage::loadFinished, this, &frmMain::onLoadFinished);
+    connect(m_page, &QWebEnginePage::loadProgress, this, [this](int percent) {
+        m_progress->showProgress(m_statusPanel, percent, 100);
+    });
+
+    m_statusPanel = new QLabel(ui->stts);
+    m_statusPanel->setObjectName(QStringLiteral("sttsPanel1"));
+    m_statusPanel->setMinimumWidth(200);
+    ui->stts->addWidget(m_statusPanel, 1);
+    m_progress = new ProgressStrip(ui->stts);
+
+    m_todoSequencer = new QTimer(this);
+    m_todoSequencer->setObjectName(QStringLiteral("todoSequencer"));
+    m_todoSequencer->setInterval(100);
+    connect(m_todoSequencer, &QTimer::timeout, this, &frmMain::todoSequencer_Timer);
+
+    ui->mnu_Favorites_Separ->setSeparator(true);
+    ui->mnu_Favorites_Nav_0->setVisible(false);
+    ui->lstProps->setColumnWidth(0, 110);
+
+    connect(ui->cmdGo, &QPushButton::clicked, this, &frmMain::cmdGo_Click);
+    connect(ui->cmboUrl, &QComboBox::activated, this, [this] { cmdGo_Click(); });
+    connect(ui->cmdSearch, &QPushButton::clicked, this, &frmMain::cmdSearch_Click);
+    connect(ui->cmdSave, &QPushButton::clicked, this, &frmMain::cmdSave_Click);
+    connect(ui->mnu_Save, &QAction::triggered, this, &frmMain::cmdSave_Click);
+    connect(ui->cmdClose, &QPushButton::clicked, this, &frmMain::cmdClose_Click);
+    connect(ui->mnu_Exit, &QAction::triggered, this, &frmMain::mnu_Exit_Click);
+    connect(ui->horBalancer, &QSplitter::splitterMoved, this, [this](int position) {
+        m_ratios.horizontalDropped(position, ui->horBalancer->width());
+        layoutPanes();
+    });
+    connect(ui->verBalancer, &QSplitter::splitterMoved, this, [this](int position) {
+        m_ratios.verticalDropped(position, ui->verBalancer->height());
+        layoutPanes();
+    });
+
+    qApp->installEventFilter(this);
+    restorePlacement();
+}
+
+frmMain::~frmMain()
+{
+    qApp->removeEventFilter(this);
+    // The page goes first: the view must not outlive a page it still shows.
+    delete m_page;
+}
+
+bool frmMain::eventFilter(QObject *watched, QEvent *event)
+{
+    // Escape anywhere in the window asks the long walks to stop.
+    if (event->type() == QEvent::KeyPress && static_cast<QKeyEvent *>(event)->key() == Qt::Key_Escape) {
+        auto *widget = qobject_cast<QWidget *>(watched);
+        if (widget && widget->window() == this)
+            m_stopRequested = true;
+    }
+    return QMainWindow::eventFilter(watched, event);
+}
+
+void frmMain::SetQueryControl(QObject *control)
+{
+    if (isQueryControl(control))
+        m_queryControl = static_cast<Tamberline *>(control);
+}
+
+void frmMain::EditQuery()
+{
+    ControlVariables::exampleValueCache().clear();
+    ControlVariables::setMarkerFound(false);
+
+    m_page->load(QUrl(QStringLiteral("about:blank")));
+    setNavigationAllowed(true);
+
+    if (isQueryControl(m_queryControl)) {
+        const QString url = ControlVariables::Substitute(m_queryControl->Url1());
+        ui->cmboUrl->insertItem(0, url);
+        ui->cmboUrl->setEditText(url);
+        setNavigationAllowed(m_queryControl->AllowNav2());
+        ui->txtSearchText->setText(ControlVariables::Substitute(m_queryControl->SearchText()));
+        ui->txtNodeOffset->setText(QString::number(m_queryControl->NodeOffset()));
+    }
+    if (trimBlanks(ui->cmboUrl->currentText()).isEmpty() || !isQueryControl(m_queryControl)) {
+        ui->cmboUrl->setEditText(QStringLiteral("about:blank"));
+        setNavigationAllowed(true);
+        ui->txtSearchText->clear();
+    }
+    ui->cmboUrl->setEnabled(NavigationAllowed());
+    ui->cmdGo->setEnabled(NavigationAllowed());
+    ui->mnu_Favorites->setEnabled(NavigationAllowed());
+
+    m_actionQueue.append(GoAction);
+    m_actionQueue.append(SearchAction);
+    m_todoSequencer->start();
+    Dialogs::showModal(this);
+}
+
+void frmMain::todoSequencer_Timer()
+{
+    if (m_actionQueue.isEmpty()) {
+        m_todoSequencer->stop();
+        return;
+    }
+    // Paused while an action runs: a message box it shows must not let the next tick in.
+    m_todoSequencer->stop();
+    const QString action = m_actionQueue.first();
+    runHandler(this, HandlerOrigin::Internal, [&] {
+        if (action == GoAction)
+            cmdGo_Click();
+        else if (action == SearchAction)
+            cmdSearch_Click();
+        else
+            Dialogs::messageBox(QStringLiteral("Error: ") + action + QStringLiteral(" is not supported."));
+    });
+    m_actionQueue.removeFirst();
+    m_todoSequencer->start();
+}
+
+void frmMain::cmdGo_Click()
+{
+    try {
+        m_tree.clear();
+        ui->lstProps->clear();
+        m_page->load(QUrl(trimBlanks(ui->cmboUrl->currentText())));
+    } catch (const RuntimeError &) {
+        Dialogs::messageBox(QStringLiteral("An error occured"));
+    }
+}
+
+void frmMain::cmdSearch_Click()
+{
+    // Searching the page comes with the text search.
+}
+
+void frmMain::cmdSave_Click()
+{
+    runHandler(this, HandlerOrigin::User, [this] {
+        if (ControlVariables::markerFound()) {
+            const int answer = Dialogs::messageBox(
+                QStringLiteral("Either the URL or the SearchText had property substitution, ") + CrLf
+                    + QStringLiteral("proceeding with the update may override those properties with the suggested examples"),
+                Dialogs::OkCancel | Dialogs::Exclamation);
+            if (answer == Dialogs::Cancel)
+                return;
+        }
+        writeQueryBack();
+    });
+}
+
+void frmMain::writeQueryBack()
+{
+    if (!isQueryControl(m_queryControl)) {
+        Dialogs::messageBox(QStringLiteral("An error occured"));
+        return;
+    }
+    WriteQueryBack(*m_queryControl, fields());
+}
+
+void frmMain::cmdClose_Click()
+{
+    runHandler(this, HandlerOrigin::User, [this] {
+        if (!ChangesDetected(m_queryControl, fields())) {
+            hide();
+            return;
+        }
+        const QString tab = QStringLiteral("\t");
+        const int answer = Dialogs::messageBox(
+            QStringLiteral("Settings have been changed,") + CrLf + QStringLiteral("Would you like to save?") + CrLf + CrLf
+                + tab + QStringLiteral("Yes: Saves changes and exits") + CrLf + tab
+                + QStringLiteral("No: Exits without saving") + CrLf + tab + QStringLiteral("Cancel: Cancel exiting"),
+            Dialogs::YesNoCancel, QStringLiteral("Changes Detected"));
+        if (answer == Dialogs::Yes) {
+            cmdSave_Click();
+            hide();
+        } else if (answer == Dialogs::No) {
+            hide();
+        }
+    });
+}
+
+void frmMain::mnu_Exit_Click()
+{
+    hide();
+}
+
+void frmMain::closeEvent(QCloseEvent *event)
+{
+    // The close box closes like the Close button: it asks about unsaved changes.
+    event->ignore();
+    cmdClose_Click();
+}
+
+PageParserFields frmMain::fields() const
+{
+    PageParserFields fields;
+    fields.url = ui->cmboUrl->currentText();
+    fields.searchText = ui->txtSearchText->text();
+    fields.nodeOffset = ui->txtNodeOffset->text();
+    for (int i = 0; i < ui->lstProps->topLevelItemCount(); ++i) {
+        const QTreeWidgetItem *row = ui->lstProps->topLevelItem(i);
+        fields.rows.append({row->text(0), row->text(1), row->checkState(0) == Qt::Checked});
+    }
+    return fields;
+}
+
+void frmMain::beginProgress()
+{
+    m_progress->begin(m_statusPanel);
+}
+
+void frmMain::onLoadStarted()
+{
+    ++m_loadSerial;
+    m_loading = true;
+    m_documentComplete = false;
+}
+
+void frmMain::onLoadFinished()
+{
+    m_loading = false;
+    const quint64 serial = m_loadSerial;
+    m_page->requestSnapshot([this, serial](DocumentPtr document) {
+        if (serial == m_loadSerial && !m_loading)
+            DocumentComplete(document);
+    });
+}
+
+void frmMain::DocumentComplete(const DocumentPtr &document)
+{
+    runHandler(this, HandlerOrigin::User, [&] {
+        m_tree.clear();
+        m_hdoc = document;
+        if (!m_hdoc)
+            return;
+        BuildDocumentTree(*m_hdoc, m_tree);
+        setWindowTitle(m_hdoc->title);
+        AddressBox box = addressBox();
+        const QString location = m_page->url().toString();
+        if (box.documentCompleted(location))
+            ui->cmboUrl->setToolTip(location);
+        setAddressBox(box);
+    });
+    m_documentComplete = true;
+    emit documentCompleted();
+}
+
+AddressBox frmMain::addressBox() const
+{
+    AddressBox box;
+    box.text = ui->cmboUrl->currentText();
+    for (int i = 0; i < ui->cmboUrl->count(); ++i)
+        box.history.append(ui->cmboUrl->itemText(i));
+    return box;
+}
+
+void frmMain::setAddressBox(const AddressBox &box)
+{
+    QSignalBlocker blocker(ui->cmboUrl);
+    ui->cmboUrl->clear();
+    ui->cmboUrl->addItems(box.history);
+    ui->cmboUrl->setEditText(box.text);
+}
+
+void frmMain::AddElementBranch(int element, int16_t parentNumber)
+{
+    if (m_hdoc)
+        ::AddElementBranch(*m_hdoc, element, parentNumber, m_tree, m_branchNodeCount);
+}
+
+void frmMain::SelectNodeForSelection()
+{
+    m_page->requestSelectionElement([this](int sourceIndex) {
+        runHandler(this, HandlerOrigin::Internal, [&] { selectNode(m_tree.node(nodeKey(sourceIndex))); });
+    });
+}
+
+void frmMain::selectNode(QTreeWidgetItem *node)
+{
+    for (QTreeWidgetItem *parent = node->parent(); parent; parent = parent->parent())
+        parent->setExpanded(true);
+    ui->tvu->setCurrentItem(node);
+    node->setSelected(true);
+    ui->tvu->scrollToItem(node);
+}
+
+namespace {
+
+// Screen sizes and the window's place are compared and stored in twips.
+struct Twips {
+    double dpiX;
+    double dpiY;
+    explicit Twips(const QWidget *window)
+    {
+        const QScreen *screen = window->screen() ? window->screen() : QGuiApplication::primaryScreen();
+        dpiX = screen->logicalDotsPerInchX();
+        dpiY = screen->logicalDotsPerInchY();
+    }
+    double x(int pixels) const { return WindowPlacement::pixelsToTwips(pixels, dpiX); }
+    double y(int pixels) const { return WindowPlacement::pixelsToTwips(pixels, dpiY); }
+    int pixelsX(double twips) const { return int(std::lround(WindowPlacement::twipsToPixels(twips, dpiX))); }
+    int pixelsY(double twips) const { return int(std::lround(WindowPlacement::twipsToPixels(twips, dpiY))); }
+};
+
+} // namespace
+
+WindowPlacement frmMain::placement() const
+{
+    const Twips twips(this);
+    return {twips.x(x()), twips.y(y()), twips.x(width()), twips.y(height())};
+}
+
+void frmMain::restorePlacement()
+{
+    const Twips twips(this);
+    const QRect screen = (this->screen() ? this->screen() : QGuiApplication::primaryScreen())->geometry();
+    const WindowPlacement restored = WindowPlacement::load(placement()).clampedTo(twips.x(screen.width()), twips.y(screen.height()));
+    move(twips.pixelsX(restored.left), twips.pixelsY(restored.top));
+    resize(twips.pixelsX(restored.width), twips.pixelsY(restored.height));
+    m_placementRestored = true;
+}
+
+void frmMain::resizeEvent(QResizeEvent *event)
+{
+    QMainWindow::resizeEvent(event);
+    if (isMinimized() || !m_placementRestored)
+        return;
+    layoutPanes();
+    placement().save();
+}
+
+void frmMain::layoutPanes()
+{
+    m_ratios.resetUnset();
+    const int width = ui->horBalancer->width();
+    const int browser = int(float(width) * m_ratios.horizontal);
+    ui->horBalancer->setSizes({browser, width - browser});
+    const int height = ui->verBalancer->height();
+    const int tree = int(float(height) * m_ratios.vertical);
+    ui->verBalancer->setSizes({tree, height - tree});
+}

@@ -1,0 +1,113 @@
+#pragma once
+
+#include "addresshistory.h"
+#include "navigationpermission.h"
+#include "nodetree.h"
+#include "paneratios.h"
+#include "windowplacement.h"
+#include "platform/document.h"
+
+#include <QMainWindow>
+#include <QPointer>
+#include <QStringList>
+
+#include <cstdint>
+#include <memory>
+
+class QLabel;
+class QTimer;
+class QTreeWidgetItem;
+class ProgressStrip;
+class Tamberline;
+class WebPage;
+struct PageParserFields;
+
+namespace Ui {
+class frmMain;
+}
+
+// The Page Parser: the query's page in a browser beside the tree of its elements; the user
+// picks what to search for and return, and saves the query back into the control.
+class frmMain : public QMainWindow
+{
+    Q_OBJECT
+    Q_PROPERTY(bool NavigationAllowed READ NavigationAllowed WRITE setNavigationAllowed)
+
+public:
+    // Loading the window restores its placement.
+    explicit frmMain(QWidget *parent = nullptr);
+    ~frmMain() override;
+
+    // Remembers the control whose query is edited; anything but a query control is ignored.
+    void SetQueryControl(QObject *control);
+    // Fills the window from the query, queues Go and Search, and shows the window modally;
+    // returns once it is hidden.
+    void EditQuery();
+
+    bool NavigationAllowed() const { return m_permission.navigationAllowed; }
+    void setNavigationAllowed(bool allowed) { m_permission.navigationAllowed = allowed; }
+
+    // The last completed top-level document, or null.
+    DocumentPtr hdoc() const { return m_hdoc; }
+    // The browser's "complete": no load under way and the document read.
+    bool isDocumentComplete() const { return m_documentComplete; }
+    NodeTree &nodeTree() { return m_tree; }
+    const QStringList &actionQueue() const { return m_actionQueue; }
+    bool stopRequested() const { return m_stopRequested; }
+    void setStopRequested(bool requested) { m_stopRequested = requested; }
+    WebPage *page() const { return m_page; }
+
+    // Adds an element with its text nodes under the node "K" + parentNumber.
+    void AddElementBranch(int element, int16_t parentNumber);
+    // Selects the node of the element that holds the page's selection.
+    void SelectNodeForSelection();
+
+    // The click handlers, also run by the start-up queue and by other parts.
+    void cmdGo_Click();
+    void cmdSearch_Click();
+    void cmdSave_Click();
+    void cmdClose_Click();
+    void mnu_Exit_Click();
+
+signals:
+    // A top-level document was read and the tree rebuilt (or the build stopped with an error).
+    void documentCompleted();
+
+protected:
+    void resizeEvent(QResizeEvent *event) override;
+    void closeEvent(QCloseEvent *event) override;
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
+private:
+    void restorePlacement();
+    WindowPlacement placement() const;
+    void layoutPanes();
+    void todoSequencer_Timer();
+    void beginProgress();
+    void onLoadStarted();
+    void onLoadFinished();
+    void DocumentComplete(const DocumentPtr &document);
+    void writeQueryBack();
+    PageParserFields fields() const;
+    void selectNode(QTreeWidgetItem *node);
+    void setAddressBox(const AddressBox &box);
+    AddressBox addressBox() const;
+
+    std::unique_ptr<Ui::frmMain> ui;
+    WebPage *m_page = nullptr;
+    QLabel *m_statusPanel = nullptr;
+    ProgressStrip *m_progress = nullptr;
+    QTimer *m_todoSequencer = nullptr;
+    NodeTree m_tree;
+    QPointer<Tamberline> m_queryControl;
+    NavigationPermission m_permission;
+    PaneRatios m_ratios;
+    QStringList m_actionQueue;
+    DocumentPtr m_hdoc;
+    bool m_documentComplete = false;
+    bool m_loading = false;
+    quint64 m_loadSerial = 0;
+    bool m_stopRequested = false;
+    bool m_placementRestored = false;
+    int16_t m_branchNodeCount = 0;
+};

@@ -1,0 +1,92 @@
+#include "nodetree.h"
+
+#include "platform/runtimeerror.h"
+
+#include <QTreeWidget>
+
+namespace {
+constexpr int KeyRole = Qt::UserRole;
+constexpr int OrderRole = Qt::UserRole + 1;
+constexpr int KeyNotUnique = 35602;
+} // namespace
+
+NodeTree::NodeTree(QTreeWidget *view)
+    : m_view(view)
+{
+}
+
+void NodeTree::clear()
+{
+    m_byKey.clear();
+    qDeleteAll(m_pendingTopLevel);
+    m_pendingTopLevel.clear();
+    m_view->clear();
+    m_count = 0;
+}
+
+QTreeWidgetItem *NodeTree::add(const QString &relativeKey, const QString &key, const QString &text)
+{
+    QTreeWidgetItem *parent = relativeKey.isEmpty() ? nullptr : node(relativeKey);
+    if (!key.isEmpty() && m_byKey.contains(key))
+        throw RuntimeError(KeyNotUnique, QStringLiteral("Key is not unique in collection"));
+    auto *item = new QTreeWidgetItem(QStringList{text});
+    item->setData(0, KeyRole, key);
+    item->setData(0, OrderRole, m_count);
+    if (parent)
+        parent->addChild(item);
+    else if (m_batching)
+        m_pendingTopLevel.append(item);
+    else
+        m_view->addTopLevelItem(item);
+    if (!key.isEmpty())
+        m_byKey.insert(key, item);
+    ++m_count;
+    return item;
+}
+
+QTreeWidgetItem *NodeTree::node(const QString &key) const
+{
+    QTreeWidgetItem *item = m_byKey.value(key);
+    if (!item)
+        throw RuntimeError(ErrorNumber::ElementNotFound);
+    return item;
+}
+
+QString NodeTree::keyOf(const QTreeWidgetItem *item)
+{
+    return item ? item->data(0, KeyRole).toString() : QString();
+}
+
+QList<QTreeWidgetItem *> NodeTree::nodesInOrder() const
+{
+    QList<QTreeWidgetItem *> nodes(m_count, nullptr);
+    QList<QTreeWidgetItem *> pending;
+    for (int i = 0; i < m_view->topLevelItemCount(); ++i)
+        pending.append(m_view->topLevelItem(i));
+    pending.append(m_pendingTopLevel);
+    while (!pending.isEmpty()) {
+        QTreeWidgetItem *item = pending.takeLast();
+        const int order = item->data(0, OrderRole).toInt();
+        if (order >= 0 && order < nodes.size())
+            nodes[order] = item;
+        for (int i = 0; i < item->childCount(); ++i)
+            pending.append(item->child(i));
+    }
+    nodes.removeAll(nullptr);
+    return nodes;
+}
+
+NodeTree::Batch::Batch(NodeTree &tree)
+    : m_tree(tree)
+{
+    m_tree.m_batching = true;
+    m_tree.m_view->setUpdatesEnabled(false);
+}
+
+NodeTree::Batch::~Batch()
+{
+    m_tree.m_batching = false;
+    m_tree.m_view->addTopLevelItems(m_tree.m_pendingTopLevel);
+    m_tree.m_pendingTopLevel.clear();
+    m_tree.m_view->setUpdatesEnabled(true);
+}

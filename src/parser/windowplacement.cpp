@@ -1,0 +1,68 @@
+#include "windowplacement.h"
+
+#include "platform/settingsstore.h"
+
+#include <cmath>
+
+namespace {
+
+const QString Section = QStringLiteral("Preferences");
+const QString LeftKey = QStringLiteral("WindowLeft");
+const QString TopKey = QStringLiteral("WindowTop");
+const QString WidthKey = QStringLiteral("WindowWidth");
+const QString HeightKey = QStringLiteral("WindowHeight");
+
+double readNumber(const QString &key, double current)
+{
+    bool ok = false;
+    const double value = SettingsStore::getSetting(Section, key, QString::number(current)).trimmed().toDouble(&ok);
+    return ok && std::isfinite(value) ? value : current;
+}
+
+} // namespace
+
+WindowPlacement WindowPlacement::clampedTo(double screenWidth, double screenHeight) const
+{
+    WindowPlacement p = *this;
+    if (p.top < 0)
+        p.top = 0;
+    if (p.left < 0)
+        p.left = 0;
+    if (p.width > screenWidth)
+        p.width = screenWidth;
+    if (p.height > screenHeight)
+        p.height = screenHeight;
+    if (p.top + p.height > screenHeight)
+        p.top = screenHeight - p.height;
+    if (p.left + p.width > screenWidth)
+        p.left = screenWidth - p.width;
+    return p;
+}
+
+WindowPlacement WindowPlacement::load(const WindowPlacement &current)
+{
+    WindowPlacement p;
+    p.top = readNumber(TopKey, current.top);
+    p.left = readNumber(LeftKey, current.left);
+    p.width = readNumber(WidthKey, current.width);
+    p.height = readNumber(HeightKey, current.height);
+    return p;
+}
+
+void WindowPlacement::save() const
+{
+    SettingsStore::saveSettings(Section, {{LeftKey, QString::number(left)},
+                                          {TopKey, QString::number(top)},
+                                          {WidthKey, QString::number(width)},
+                                          {HeightKey, QString::number(height)}});
+}
+
+double WindowPlacement::pixelsToTwips(double pixels, double logicalDpi)
+{
+    return pixels * 1440.0 / logicalDpi;
+}
+
+double WindowPlacement::twipsToPixels(double twips, double logicalDpi)
+{
+    return twips * logicalDpi / 1440.0;
+}

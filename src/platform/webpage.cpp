@@ -1,0 +1,158 @@
+#include "webpage.h"
+
+#include "browsersnapshot.h"
+
+#include <QCoreApplication>
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QPointer>
+#include <QWebEngineProfile>
+#include <QWebEngineScriptCollection>
+#include <QWebEngineSettings>
+
+#include <unistd.h>
+
+namespace {
+
+QString bridgeSource()
+{
+    QFile file(QStringLiteral(":/tamberline/js/pagebridge.js"));
+    if (!file.open(QIODevice::ReadOnly))
+        qFatal("the page bridge script is missing from the resources");
+    return QString::fromUtf8(file.readAll());
+}
+
+void lockDown(QWebEngineSettings *settings)
+{
+    settings->setAttribute(QWebEngineSettings::JavascriptCanOpenWindows, false);
+    settings->setAttribute(QWebEngineSettings::JavascriptCanAccessClipboard, false);
+    settings->setAttribute(QWebEngineSettings::JavascriptCanPaste, false);
+    settings->setAttribute(QWebEngineSettings::LocalContentCanAccessFileUrls, false);
+    settings->setAttribute(QWebEngineSettings::LocalContentCanAccessRemoteUrls, false);
+    settings->setAttribute(QWebEngineSettings::PluginsEnabled, false);
+    settings->setAttribute(QWebEngineSettings::PdfViewerEnabled, false);
+    settings->setAttribute(QWebEngineSettings::FullScreenSupportEnabled, false);
+    settings->setAttribute(QWebEngineSettings::ScreenCaptureEnabled, false);
+    settings->setAttribute(QWebEngineSettings::AllowWindowActivationFromJavaScript, false);
+    settings->setAttribute(QWebEngineSettings::NavigateOnDropEnabled, false);
+    settings->setAttribute(QWebEngineSettings::HyperlinkAuditingEnabled, false);
+    settings->setAttribute(QWebEngineSettings::DnsPrefetchEnabled, false);
+    settings->setUnknownUrlSchemePolicy(QWebEngineSettings::DisallowUnknownUrlSchemes);
+}
+
+} // namespace
+
+QWebEngineProfile *WebPage::sharedProfile()
+{
+    // Off the record: nothing a page stores outlives the program.
+    static QPointer<QWebEngineProfile> profile;
+    if (!profile) {
+        profile = new QWebEngineProfile(QCoreApplication::instance());
+        lockDown(profile->settings());
+        QWebEngineScript bridge;
+        bridge.setName(QStringLiteral("tamberline-bridge"));
+        bridge.setSourceCode(bridgeSource());
+        bridge.setInjectionPoint(QWebEngineScript::DocumentCreation);
+        bridge.setWorldId(SafeJsWorld);
+        bridge.setRunsOnSubFrames(false);
+        profile->scripts()->insert(bridge);
+    }
+    return profile;
+}
+
+WebPage::WebPage(QObject *parent)
+    : QWebEnginePage(sharedProfile(), parent)
+{
+    lockDown(settings());
+}
+
+bool WebPage::isAllowedScheme(const QString &scheme)
+{
+    static const QStringList allowed{QStringLiteral("http"), QStringLiteral("https"), QStringLiteral("file"),
+                                     QStringLiteral("about"), QStringLiteral("data")};
+    return allowed.contains(scheme.toLower());
+}
+
+bool WebPage::acceptNavigationRequest(const QUrl &url, NavigationType, bool isMainFrame)
+{
+    if (!isAllowedScheme(url.scheme()))
+        return false;
+    return !m_guard || m_guard(url, isMainFrame);
+}
+
+QWebEnginePage *WebPage::createWindow(WebWindowType)
+{
+    return nullptr;
+}
+
+void WebPage::javaScriptConsoleMessage(JavaScriptConsoleMessageLevel, const QString &, int, const QString &)
+{
+    // The page's console is the page's business.
+}
+
+void WebPage::callBridge(const QString &function, const QJsonArray &arguments, std::function<void(const QVariant &)> done)
+{
+    // Arguments travel as JSON, never spliced into the script as text.
+    const QString encoded = QString::fromUtf8(QJsonDocument(arguments).toJson(QJsonDocument::Compact));
+    const QString script = QStringLiteral("window.__tamberline ? window.__tamberline.") + function
+                           + QStringLiteral(".apply(null, ") + encoded + QStringLiteral(") : undefined");
+    if (!done) {
+        runJavaScript(script, SafeJsWorld);
+        return;
+    }
+    QPointer<WebPage> self(this);
+    runJavaScript(script, SafeJsWorld, [self, done = std::move(done)](const QVariant &result) {
+        if (self)
+            done(result);
+    });
+}
+
+void WebPage::requestSnapshot(std::function<void(DocumentPtr)> done, const SnapshotLimits &limits)
+{
+    QJsonObject encoded;
+    encoded.insert(QStringLiteral("maxElements"), limits.maxElements);
+    encoded.insert(QStringLiteral("maxTextChars"), double(limits.maxTextChars));
+    encoded.insert(QStringLiteral("maxMilliseconds"), limits.maxMilliseconds);
+    callBridge(QStringLiteral("snapshot"), QJsonArray{encoded}, [done = std::move(done)](const QVariant &result) {
+        if (result.typeId() != QMetaType::QString) {
+            done(nullptr);
+            return;
+        }
+        try {
+            done(documentFromSnapshotJson(result.toString().toUtf8()));
+        } catch (const SnapshotFormatError &) {
+            done(nullptr);
+        }
+    });
+}
+
+void WebPage::requestSelectionElement(std::function<void(int)> done)
+{
+    callBridge(QStringLiteral("selectionElement"), {}, [done = std::move(done)](const QVariant &result) {
+        bool ok = false;
+        const int index = result.toInt(&ok);
+        done(ok ? index : -1);
+    });
+}
+
+void WebPage::scrollToElement(int sourceIndex)
+{
+    callBridge(QStringLiteral("scrollTo"), QJsonArray{sourceIndex});
+}
+
+void WebPage::clearSelection()
+{
+    callBridge(QStringLiteral("clearSelection"), {});
+}
+
+QString browserSandboxProblem()
+{
+    if (geteuid() != 0 || qEnvironmentVariable("QTWEBENGINE_DISABLE_SANDBOX") == QStringLiteral("1"))
+        return {};
+    return QStringLiteral(
+        "The embedded browser cannot run as root with its sandbox, and Tamberline does not switch the "
+        "sandbox off by itself. Run as an ordinary user, or set QTWEBENGINE_DISABLE_SANDBOX=1 to accept "
+        "running pages without the sandbox.");
+}

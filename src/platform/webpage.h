@@ -1,0 +1,64 @@
+#pragma once
+
+#include "document.h"
+
+#include <QWebEnginePage>
+#include <QWebEngineScript>
+
+#include <functional>
+
+class QWebEngineProfile;
+
+// Limits of one snapshot: a page over them is read in part and marked as cut.
+struct SnapshotLimits {
+    int maxElements = 1'000'000;
+    qint64 maxTextChars = 64 * 1024 * 1024;
+    int maxMilliseconds = 10'000;
+};
+
+// The browser page of the Page Parser, locked down for untrusted pages: no windows, no
+// unknown schemes, no file or remote access from local content. The application's own
+// scripts run in an isolated world that the page's scripts cannot reach.
+class WebPage : public QWebEnginePage
+{
+    Q_OBJECT
+
+public:
+    enum JsWorld : quint32 {
+        UnsafeJsWorld = QWebEngineScript::MainWorld,
+        SafeJsWorld = QWebEngineScript::ApplicationWorld,
+    };
+
+    explicit WebPage(QObject *parent = nullptr);
+
+    // Decides every navigation, of the main frame and of sub-frames alike.
+    using NavigationGuard = std::function<bool(const QUrl &url, bool isMainFrame)>;
+    void setNavigationGuard(NavigationGuard guard) { m_guard = std::move(guard); }
+
+    // The page as it is now. The callback gets null when there is no HTML document to read
+    // (a failed script, a page that is not HTML); it is not called once the page is gone.
+    void requestSnapshot(std::function<void(DocumentPtr)> done, const SnapshotLimits &limits = {});
+    // The sourceIndex of the element holding the selection or caret, -1 for none.
+    void requestSelectionElement(std::function<void(int)> done);
+    // Scrolls an element (by sourceIndex; -1 for the document element) to the top of the view.
+    void scrollToElement(int sourceIndex);
+    void clearSelection();
+
+    static bool isAllowedScheme(const QString &scheme);
+    static QWebEngineProfile *sharedProfile();
+
+protected:
+    bool acceptNavigationRequest(const QUrl &url, NavigationType type, bool isMainFrame) override;
+    QWebEnginePage *createWindow(WebWindowType type) override;
+    void javaScriptConsoleMessage(JavaScriptConsoleMessageLevel level, const QString &message, int line,
+                                  const QString &source) override;
+
+private:
+    void callBridge(const QString &function, const QJsonArray &arguments, std::function<void(const QVariant &)> done = {});
+
+    NavigationGuard m_guard;
+};
+
+// Why the browser engine cannot start here, or empty when it can: as root its sandbox fails
+// unless QTWEBENGINE_DISABLE_SANDBOX=1 says the caller accepts running without it.
+QString browserSandboxProblem();
