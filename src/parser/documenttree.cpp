@@ -13,7 +13,7 @@ RuntimeError tooManyElements(int count)
 {
     return RuntimeError(ErrorNumber::Overflow,
                         QStringLiteral("Overflow: the page has %1 elements and the element tree counts at most 32,767")
-                            .arg(QLocale::c().toString(count)));
+                            .arg(QLocale(QLocale::English).toString(count)));
 }
 
 void countBranchNode(int16_t &branchNodeCount)

@@ -23,6 +23,7 @@
 #include <QScreen>
 #include <QTimer>
 #include <QWebEngineView>
+#include <QWebEngineLoadingInfo>
 
 #include <cmath>
 
@@ -54,8 +55,7 @@ frmMain::frmMain(QWidget *parent)
         beginProgress();
         return true;
     });
-    connect(m_page, &QWebEnginePage::loadStarted, this, &frmMain::onLoadStarted);
-    connect(m_page, &QWebEnginePage::loadFinished, this, &frmMain::onLoadFinished);
+    connect(m_page, &QWebEnginePage::loadingChanged, this, &frmMain::onLoadingChanged);
     connect(m_page, &QWebEnginePage::loadProgress, this, [this](int percent) {
         m_progress->showProgress(m_statusPanel, percent, 100);
     });
@@ -124,7 +124,7 @@ void frmMain::EditQuery()
     ControlVariables::exampleValueCache().clear();
     ControlVariables::setMarkerFound(false);
 
-    m_page->load(QUrl(QStringLiteral("about:blank")));
+    m_page->navigate(QUrl(QStringLiteral("about:blank")));
     setNavigationAllowed(true);
 
     if (isQueryControl(m_queryControl)) {
@@ -176,7 +176,7 @@ void frmMain::cmdGo_Click()
     try {
         m_tree.clear();
         ui->lstProps->clear();
-        m_page->load(QUrl(trimBlanks(ui->cmboUrl->currentText())));
+        m_page->navigate(QUrl(trimBlanks(ui->cmboUrl->currentText())));
     } catch (const RuntimeError &) {
         Dialogs::messageBox(QStringLiteral("An error occured"));
     }
@@ -263,15 +263,23 @@ void frmMain::beginProgress()
     m_progress->begin(m_statusPanel);
 }
 
-void frmMain::onLoadStarted()
+void frmMain::onLoadingChanged(const QWebEngineLoadingInfo &info)
 {
-    ++m_loadSerial;
-    m_loading = true;
-    m_documentComplete = false;
-}
-
-void frmMain::onLoadFinished()
-{
+    switch (info.status()) {
+    case QWebEngineLoadingInfo::LoadStartedStatus:
+        ++m_loadSerial;
+        m_loading = true;
+        m_documentComplete = false;
+        return;
+    case QWebEngineLoadingInfo::LoadStoppedStatus:
+        // Refused or stopped: the last document stays the current one.
+        m_loading = false;
+        m_documentComplete = true;
+        return;
+    case QWebEngineLoadingInfo::LoadSucceededStatus:
+    case QWebEngineLoadingInfo::LoadFailedStatus: // an error page is a document too
+        break;
+    }
     m_loading = false;
     const quint64 serial = m_loadSerial;
     m_page->requestSnapshot([this, serial](DocumentPtr document) {

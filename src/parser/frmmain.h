@@ -16,6 +16,7 @@
 
 class QLabel;
 class QTimer;
+class QWebEngineLoadingInfo;
 class QTreeWidgetItem;
 class ProgressStrip;
 class Tamberline;
@@ -84,8 +85,7 @@ private:
     void layoutPanes();
     void todoSequencer_Timer();
     void beginProgress();
-    void onLoadStarted();
-    void onLoadFinished();
+    void onLoadingChanged(const QWebEngineLoadingInfo &info);
     void DocumentComplete(const DocumentPtr &document);
     void writeQueryBack();
     PageParserFields fields() const;

@@ -82,6 +82,13 @@ bool WebPage::acceptNavigationRequest(const QUrl &url, NavigationType, bool isMa
     return !m_guard || m_guard(url, isMainFrame);
 }
 
+void WebPage::navigate(const QUrl &url)
+{
+    if (url.scheme() == QStringLiteral("about") && m_guard && !m_guard(url, true))
+        return;
+    load(url);
+}
+
 QWebEnginePage *WebPage::createWindow(WebWindowType)
 {
     return nullptr;

@@ -35,6 +35,10 @@ public:
     using NavigationGuard = std::function<bool(const QUrl &url, bool isMainFrame)>;
     void setNavigationGuard(NavigationGuard guard) { m_guard = std::move(guard); }
 
+    // Loads a URL, asking the navigation guard first for the addresses the engine opens
+    // without asking (about:), so that every navigation passes the guard.
+    void navigate(const QUrl &url);
+
     // The page as it is now. The callback gets null when there is no HTML document to read
     // (a failed script, a page that is not HTML); it is not called once the page is gone.
     void requestSnapshot(std::function<void(DocumentPtr)> done, const SnapshotLimits &limits = {});

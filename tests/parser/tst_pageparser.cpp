@@ -3,9 +3,13 @@
 #include "parser/nodetree.h"
 #include "scripteddialogs.h"
 #include "testsettings.h"
+#include "platform/settingsstore.h"
+#include "platform/webpage.h"
 
 #include <QComboBox>
 #include <QLineEdit>
+#include <QMenu>
+#include <QTemporaryDir>
 #include <QPushButton>
 #include <QTreeWidget>
 #include <QtTest>
@@ -33,6 +37,56 @@ bool waitForPage(frmMain *parser)
                            20000);
 }
 
+// Opens the Page Parser through the control and runs the test's steps on it once its page is
+// there; the steps must close it.
+bool editWithParser(Tamberline &control, ScriptedDialogs &script, const std::function<void(frmMain *)> &steps,
+                    bool waitForTree = true)
+{
+    script.onModal([&](QWidget *window) {
+        frmMain *parser = parserOf(window);
+        QVERIFY(parser);
+        if (waitForTree)
+            QVERIFY(waitForPage(parser));
+        steps(parser);
+    });
+    return control.EditQueryItem();
+}
+
+template <typename T>
+T *child(QWidget *window, const char *name)
+{
+    return window->findChild<T *>(QString::fromLatin1(name));
+}
+
+void click(QWidget *window, const char *button)
+{
+    QTest::mouseClick(child<QPushButton>(window, button), Qt::LeftButton);
+}
+
+QString textOf(const DocumentPtr &document, const QString &id)
+{
+    for (const Document::Element &element : document->elements) {
+        if (element.id == id)
+            return element.innerText;
+    }
+    return QStringLiteral("(no element)");
+}
+
+QString writePage(QTemporaryDir &dir, int elements)
+{
+    // html, head and body come with the page; the rest are empty divs.
+    QByteArray html("<!DOCTYPE html><html><head></head><body>");
+    html.reserve(elements * 11 + 64);
+    for (int i = 3; i < elements; ++i)
+        html.append("<div></div>");
+    html.append("</body></html>");
+    const QString path = dir.filePath(QStringLiteral("page%1.html").arg(elements));
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || file.write(html) != html.size())
+        return {};
+    return QUrl::fromLocalFile(path).toString();
+}
+
 } // namespace
 
 class tst_PageParser : public QObject
@@ -41,11 +95,27 @@ class tst_PageParser : public QObject
 
 private slots:
     void init();
+    void cleanup();
     void opensOnTheQueryPage();
+    void withoutNavigationThePageStaysEmpty();
+    void emptyAddressOpensBlank();
+    void saveKeepsUntouchedMarkers();
+    void closeAsksAboutChangedFilters_data();
+    void closeAsksAboutChangedFilters();
+    void exitNeverAsks();
+    void refusedNavigationKeepsThePage();
+    void pageScriptsAreLockedOut();
+    void tooManyElementsAreReported();
+    void placementIsRestoredClamped();
+    void escapeRequestsAStop();
+
+private:
+    std::unique_ptr<TestSettings> m_settings;
 };
 
 void tst_PageParser::init()
 {
+    m_settings = std::make_unique<TestSettings>();
     Tamberline control;
     control.setUrl1({});
     control.setAllowNav2(false);
@@ -54,34 +124,265 @@ void tst_PageParser::init()
     control.ClearAttribs();
 }
 
+void tst_PageParser::cleanup()
+{
+    m_settings.reset();
+}
+
 void tst_PageParser::opensOnTheQueryPage()
 {
-    TestSettings settings;
     ScriptedDialogs script;
     Tamberline control;
     control.setUrl1(pageUrl(QStringLiteral("simple.html")));
     control.setAllowNav2(true);
+    control.setSearchText(QStringLiteral("Pears"));
+    control.setNodeOffset(1);
     QStringList tags;
-    QString caption;
+    QString caption, search, offset;
     QStringList history;
-    script.onModal([&](QWidget *window) {
-        frmMain *parser = parserOf(window);
-        QVERIFY(parser);
-        QVERIFY(waitForPage(parser));
+    const bool result = editWithParser(control, script, [&](frmMain *parser) {
         for (QTreeWidgetItem *node : parser->nodeTree().nodesInOrder())
             tags.append(NodeTree::keyOf(node) + u':' + node->text(0));
         caption = parser->windowTitle();
-        auto *box = parser->findChild<QComboBox *>(QStringLiteral("cmboUrl"));
+        search = child<QLineEdit>(parser, "txtSearchText")->text();
+        offset = child<QLineEdit>(parser, "txtNodeOffset")->text();
+        auto *box = child<QComboBox>(parser, "cmboUrl");
         for (int i = 0; i < box->count(); ++i)
             history.append(box->itemText(i));
-        QTest::mouseClick(parser->findChild<QPushButton *>(QStringLiteral("cmdClose")), Qt::LeftButton);
+        click(parser, "cmdClose");
     });
-    QVERIFY(control.EditQueryItem());
+    QVERIFY(result);
     QVERIFY2(script.done(), qPrintable(script.pending()));
     QCOMPARE(caption, QStringLiteral("Simple page"));
+    QCOMPARE(search, QStringLiteral("Pears"));
+    QCOMPARE(offset, QStringLiteral("1"));
     QCOMPARE(tags.mid(0, 6), (QStringList{QStringLiteral("RootKey:Document"), QStringLiteral("K0:HTML"), QStringLiteral("K1:HEAD"),
                                           QStringLiteral("K2:TITLE"), QStringLiteral("K3:BODY"), QStringLiteral("K4:H1")}));
     QCOMPARE(history, QStringList{pageUrl(QStringLiteral("simple.html"))});
+}
+
+void tst_PageParser::withoutNavigationThePageStaysEmpty()
+{
+    ScriptedDialogs script;
+    Tamberline control;
+    control.setUrl1(pageUrl(QStringLiteral("simple.html")));
+    control.setSearchText(QStringLiteral("Pears"));
+    int nodes = -1;
+    bool addressEnabled = true, goEnabled = true, favoritesEnabled = true;
+    const bool result = editWithParser(control, script, [&](frmMain *parser) {
+        QTRY_VERIFY(parser->actionQueue().isEmpty());
+        QTest::qWait(1000); // time for a load that must not happen
+        nodes = parser->nodeTree().count();
+        addressEnabled = child<QComboBox>(parser, "cmboUrl")->isEnabled();
+        goEnabled = child<QPushButton>(parser, "cmdGo")->isEnabled();
+        favoritesEnabled = parser->findChild<QMenu *>(QStringLiteral("mnu_Favorites"))->isEnabled();
+        click(parser, "cmdClose");
+    }, false);
+    QVERIFY(result);
+    QCOMPARE(nodes, 0);
+    QVERIFY(!addressEnabled);
+    QVERIFY(!goEnabled);
+    QVERIFY(!favoritesEnabled);
+}
+
+void tst_PageParser::emptyAddressOpensBlank()
+{
+    ScriptedDialogs script;
+    Tamberline control;
+    control.setSearchText(QStringLiteral("dropped"));
+    QString address, search;
+    QStringList tags;
+    bool goEnabled = false;
+    editWithParser(control, script, [&](frmMain *parser) {
+        address = child<QComboBox>(parser, "cmboUrl")->currentText();
+        search = child<QLineEdit>(parser, "txtSearchText")->text();
+        goEnabled = child<QPushButton>(parser, "cmdGo")->isEnabled();
+        for (QTreeWidgetItem *node : parser->nodeTree().nodesInOrder())
+            tags.append(node->text(0));
+        parser->findChild<QAction *>(QStringLiteral("mnu_Exit"))->trigger();
+    });
+    QCOMPARE(address, QStringLiteral("about:blank"));
+    QCOMPARE(search, QString());
+    QVERIFY(goEnabled);
+    QCOMPARE(tags, (QStringList{QStringLiteral("Document"), QStringLiteral("HTML"), QStringLiteral("HEAD"), QStringLiteral("BODY")}));
+}
+
+void tst_PageParser::saveKeepsUntouchedMarkers()
+{
+    ScriptedDialogs script;
+    Tamberline control;
+    control.setUrl1(QUrl::fromLocalFile(QStringLiteral(TAMBERLINE_TEST_DATA "/pages/")).toString() + QStringLiteral("%page%.html"));
+    control.setAllowNav2(true);
+    control.setSearchText(QStringLiteral("%fruit%*"));
+    script.answerPrompt(QStringLiteral("simple"));
+    script.answerPrompt(QStringLiteral("Pear"));
+    script.answerMessageBox(Dialogs::Cancel); // first save: the caution, cancelled
+    script.answerMessageBox(Dialogs::OK);     // second save: the caution, accepted
+    QString shownAddress, shownSearch;
+    const bool result = editWithParser(control, script, [&](frmMain *parser) {
+        shownAddress = child<QComboBox>(parser, "cmboUrl")->currentText();
+        shownSearch = child<QLineEdit>(parser, "txtSearchText")->text();
+        child<QLineEdit>(parser, "txtNodeOffset")->setText(QStringLiteral("4"));
+        click(parser, "cmdSave");
+        QCOMPARE(control.NodeOffset(), 0);
+        child<QLineEdit>(parser, "txtSearchText")->setText(QStringLiteral("Apple*"));
+        click(parser, "cmdSave");
+        QVERIFY(parser->isVisible());
+        click(parser, "cmdClose");
+    });
+    QVERIFY(result);
+    QVERIFY2(script.done(), qPrintable(script.pending()));
+    QCOMPARE(shownAddress, pageUrl(QStringLiteral("simple.html")));
+    QCOMPARE(shownSearch, QStringLiteral("Pear*"));
+    QVERIFY(script.messageBoxes().at(0).text.startsWith(QStringLiteral("Either the URL or the SearchText had property substitution, \r\n")));
+    QCOMPARE(script.messageBoxes().at(0).style, 49);
+    QVERIFY(control.Url1().endsWith(QStringLiteral("/%page%.html")));
+    QCOMPARE(control.SearchText(), QStringLiteral("Apple*"));
+    QCOMPARE(control.NodeOffset(), 4);
+}
+
+void tst_PageParser::closeAsksAboutChangedFilters_data()
+{
+    QTest::addColumn<int>("answer");
+    QTest::addColumn<QString>("filterAfter");
+    QTest::newRow("No closes without saving") << int(Dialogs::No) << QStringLiteral("id=x");
+    QTest::newRow("Yes saves, then closes") << int(Dialogs::Yes) << QString();
+}
+
+void tst_PageParser::closeAsksAboutChangedFilters()
+{
+    QFETCH(int, answer);
+    QFETCH(QString, filterAfter);
+    ScriptedDialogs script;
+    Tamberline control;
+    control.setUrl1(pageUrl(QStringLiteral("simple.html")));
+    control.setAllowNav2(true);
+    // A filter that no ticked row carries counts as a change.
+    control.setElemAttribs(-1, QStringLiteral("id=x"));
+    script.answerMessageBox(Dialogs::Cancel);
+    script.answerMessageBox(answer);
+    bool openAfterCancel = false;
+    const bool result = editWithParser(control, script, [&](frmMain *parser) {
+        click(parser, "cmdClose");
+        openAfterCancel = parser->isVisible();
+        click(parser, "cmdClose");
+    });
+    QVERIFY(result);
+    QVERIFY2(script.done(), qPrintable(script.pending()));
+    QVERIFY(openAfterCancel);
+    const Dialogs::MessageBoxCall box = script.messageBoxes().first();
+    QCOMPARE(box.title, QStringLiteral("Changes Detected"));
+    QCOMPARE(box.style, 3);
+    QCOMPARE(box.text, QStringLiteral("Settings have been changed,\r\nWould you like to save?\r\n\r\n"
+                                      "\tYes: Saves changes and exits\r\n\tNo: Exits without saving\r\n\tCancel: Cancel exiting"));
+    QCOMPARE(control.ElemAttribs(0), filterAfter);
+}
+
+void tst_PageParser::exitNeverAsks()
+{
+    ScriptedDialogs script;
+    Tamberline control;
+    control.setUrl1(pageUrl(QStringLiteral("simple.html")));
+    control.setAllowNav2(true);
+    control.setElemAttribs(-1, QStringLiteral("id=x"));
+    QVERIFY(editWithParser(control, script, [&](frmMain *parser) {
+        child<QLineEdit>(parser, "txtNodeOffset")->setText(QStringLiteral("9"));
+        parser->findChild<QAction *>(QStringLiteral("mnu_Exit"))->trigger();
+    }));
+    QVERIFY2(script.done(), qPrintable(script.pending()));
+    QCOMPARE(control.NodeOffset(), 0);
+    QCOMPARE(control.ElemAttribs(0), QStringLiteral("id=x"));
+}
+
+void tst_PageParser::refusedNavigationKeepsThePage()
+{
+    ScriptedDialogs script;
+    Tamberline control;
+    control.setUrl1(pageUrl(QStringLiteral("simple.html")));
+    control.setAllowNav2(true);
+    QUrl shown;
+    int nodes = -1;
+    editWithParser(control, script, [&](frmMain *parser) {
+        parser->setNavigationAllowed(false);
+        child<QComboBox>(parser, "cmboUrl")->setEditText(pageUrl(QStringLiteral("hostile.html")));
+        click(parser, "cmdGo");
+        QTest::qWait(1000);
+        shown = parser->page()->url();
+        nodes = parser->nodeTree().count();
+        parser->findChild<QAction *>(QStringLiteral("mnu_Exit"))->trigger();
+    });
+    QCOMPARE(shown, QUrl(pageUrl(QStringLiteral("simple.html"))));
+    QCOMPARE(nodes, 0); // Go cleared the tree and no page came to fill it
+}
+
+void tst_PageParser::pageScriptsAreLockedOut()
+{
+    ScriptedDialogs script;
+    Tamberline control;
+    control.setUrl1(pageUrl(QStringLiteral("hostile.html")));
+    control.setAllowNav2(true);
+    DocumentPtr document;
+    editWithParser(control, script, [&](frmMain *parser) {
+        document = parser->hdoc();
+        parser->findChild<QAction *>(QStringLiteral("mnu_Exit"))->trigger();
+    });
+    QVERIFY(document);
+    QCOMPARE(textOf(document, QStringLiteral("read")), QStringLiteral("refused"));
+    QCOMPARE(textOf(document, QStringLiteral("open")), QStringLiteral("no window"));
+    QCOMPARE(textOf(document, QStringLiteral("bridge")), QStringLiteral("undefined"));
+}
+
+void tst_PageParser::tooManyElementsAreReported()
+{
+    QTemporaryDir dir;
+    const QString url = writePage(dir, 32768);
+    QVERIFY(!url.isEmpty());
+    ScriptedDialogs script;
+    script.answerMessageBox(Dialogs::OK);
+    Tamberline control;
+    control.setUrl1(url);
+    control.setAllowNav2(true);
+    int nodes = 0;
+    editWithParser(control, script, [&](frmMain *parser) {
+        QTRY_VERIFY_WITH_TIMEOUT(!script.messageBoxes().isEmpty(), 30000);
+        nodes = parser->nodeTree().count();
+        parser->findChild<QAction *>(QStringLiteral("mnu_Exit"))->trigger();
+    }, false);
+    QVERIFY2(script.done(), qPrintable(script.pending()));
+    QCOMPARE(nodes, 32769);
+    QVERIFY2(script.messageBoxes().first().text.contains(QStringLiteral("32,768 elements")),
+             qPrintable(script.messageBoxes().first().text));
+}
+
+void tst_PageParser::placementIsRestoredClamped()
+{
+    SettingsStore::saveSettings(QStringLiteral("Preferences"), {{QStringLiteral("WindowLeft"), QStringLiteral("-3000")},
+                                                                {QStringLiteral("WindowTop"), QStringLiteral("150")},
+                                                                {QStringLiteral("WindowWidth"), QStringLiteral("9000")},
+                                                                {QStringLiteral("WindowHeight"), QStringLiteral("900000")}});
+    frmMain parser;
+    const QRect screen = parser.screen()->geometry();
+    QCOMPARE(parser.x(), 0);
+    QCOMPARE(parser.y(), 0);
+    QCOMPARE(parser.height(), screen.height());
+    QCOMPARE(parser.width(), qRound(9000 * parser.screen()->logicalDotsPerInchX() / 1440));
+
+    parser.show();
+    parser.resize(640, 480);
+    QTRY_COMPARE(SettingsStore::getSetting(QStringLiteral("Preferences"), QStringLiteral("WindowWidth")).toDouble(),
+                 640 * 1440 / parser.screen()->logicalDotsPerInchX());
+}
+
+void tst_PageParser::escapeRequestsAStop()
+{
+    frmMain parser;
+    parser.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&parser));
+    QVERIFY(!parser.stopRequested());
+    QTest::keyClick(child<QLineEdit>(&parser, "txtSearchText"), Qt::Key_A);
+    QVERIFY(!parser.stopRequested());
+    QTest::keyClick(child<QLineEdit>(&parser, "txtSearchText"), Qt::Key_Escape);
+    QVERIFY(parser.stopRequested());
 }
 
 QTEST_MAIN(tst_PageParser)

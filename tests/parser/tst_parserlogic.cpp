@@ -1,0 +1,273 @@
+#include "control/tamberlinecontrol.h"
+#include "parser/addresshistory.h"
+#include "parser/pageparserquery.h"
+#include "parser/paneratios.h"
+#include "parser/progressstrip.h"
+#include "parser/windowplacement.h"
+#include "platform/runtimeerror.h"
+#include "platform/settingsstore.h"
+#include "scripteddialogs.h"
+#include "substitution/controlvariables.h"
+#include "substitution/examplevaluecache.h"
+#include "testsettings.h"
+
+#include <QtTest>
+
+using Row = PageParserFields::Row;
+Q_DECLARE_METATYPE(QList<Row>)
+
+namespace {
+
+void setQuery(Tamberline &control, const QString &url, const QString &search, int offset, const QStringList &filters)
+{
+    control.setUrl1(url);
+    control.setSearchText(search);
+    control.setNodeOffset(offset);
+    control.ClearAttribs();
+    for (const QString &filter : filters)
+        control.setElemAttribs(-1, filter);
+}
+
+} // namespace
+
+class tst_ParserLogic : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void changesDetected_data();
+    void changesDetected();
+    void changesNeedAQueryControl();
+    void writeBackKeepsUntouchedMarkers_data();
+    void writeBackKeepsUntouchedMarkers();
+    void writeBackStopsAtABadOffset();
+    void placementClamp_data();
+    void placementClamp();
+    void placementFromBrokenSettings();
+    void addressHistory_data();
+    void addressHistory();
+    void historyKeepsTwenty();
+    void progress_data();
+    void progress();
+    void paneRatios();
+};
+
+void tst_ParserLogic::init()
+{
+    ControlVariables::exampleValueCache().clear();
+}
+
+void tst_ParserLogic::changesDetected_data()
+{
+    QTest::addColumn<QStringList>("filters");
+    QTest::addColumn<QString>("offsetBox");
+    QTest::addColumn<QList<Row>>("rows");
+    QTest::addColumn<bool>("changed");
+
+    const QStringList idX{QStringLiteral("id=x")};
+    const Row ticked{QStringLiteral("id"), QStringLiteral("x"), true};
+    const Row unticked{QStringLiteral("id"), QStringLiteral("x"), false};
+    QTest::newRow("nothing differs") << idX << QStringLiteral("2") << QList<Row>{ticked} << false;
+    QTest::newRow("unticking a filtered row") << idX << QStringLiteral("2") << QList<Row>{unticked} << true;
+    QTest::newRow("ticking a new row") << QStringList{} << QStringLiteral("2")
+                                       << QList<Row>{{QStringLiteral("class"), QStringLiteral("a"), true}} << true;
+    QTest::newRow("same filter in other case and blanks")
+        << QStringList{QStringLiteral(" ID = X ")} << QStringLiteral("2") << QList<Row>{{QStringLiteral("id"), QStringLiteral("x"), true}} << false;
+    QTest::newRow("ticked row with another value") << idX << QStringLiteral("2")
+                                                   << QList<Row>{{QStringLiteral("id"), QStringLiteral("y"), true}} << true;
+    QTest::newRow("filter hidden behind a blank entry counts as gone")
+        << QStringList{QStringLiteral(" "), QStringLiteral("id=x")} << QStringLiteral("2") << QList<Row>{ticked} << true;
+    // A change in the boxes alone does not count: the result is false there.
+    QTest::newRow("offset box differs as text") << idX << QStringLiteral("02") << QList<Row>{unticked} << false;
+    QTest::newRow("offset box with a blank") << idX << QStringLiteral(" 2") << QList<Row>{unticked} << false;
+}
+
+void tst_ParserLogic::changesDetected()
+{
+    QFETCH(QStringList, filters);
+    QFETCH(QString, offsetBox);
+    QFETCH(QList<Row>, rows);
+    QFETCH(bool, changed);
+    Tamberline control;
+    setQuery(control, QStringLiteral("http://x/"), QStringLiteral("Price"), 2, filters);
+    const PageParserFields fields{QStringLiteral("http://x/"), QStringLiteral("Price"), offsetBox, rows};
+    QCOMPARE(ChangesDetected(&control, fields), changed);
+}
+
+void tst_ParserLogic::changesNeedAQueryControl()
+{
+    const PageParserFields fields{QString(), QString(), QStringLiteral("0"), {{QStringLiteral("a"), QStringLiteral("1"), true}}};
+    QVERIFY(!ChangesDetected(nullptr, fields));
+}
+
+void tst_ParserLogic::writeBackKeepsUntouchedMarkers_data()
+{
+    QTest::addColumn<QString>("urlBox");
+    QTest::addColumn<QString>("storedUrl");
+    QTest::newRow("address shown as substituted") << QStringLiteral("http://shop/item/42") << QStringLiteral("http://shop/item/%id%");
+    QTest::newRow("blanks around it are trimmed") << QStringLiteral("  http://shop/item/42 ") << QStringLiteral("http://shop/item/%id%");
+    QTest::newRow("edited address is stored") << QStringLiteral("http://shop/item/43") << QStringLiteral("http://shop/item/43");
+}
+
+void tst_ParserLogic::writeBackKeepsUntouchedMarkers()
+{
+    QFETCH(QString, urlBox);
+    QFETCH(QString, storedUrl);
+    ControlVariables::exampleValueCache().add(ExampleValueCache::keyFor(QStringLiteral("id")), QStringLiteral("42"));
+    Tamberline control;
+    setQuery(control, QStringLiteral("http://shop/item/%id%"), QStringLiteral("x"), 0, {QStringLiteral("old=1")});
+    const PageParserFields fields{urlBox, QStringLiteral("y"), QStringLiteral(" 3 "),
+                                  {{QStringLiteral("id"), QStringLiteral("a=b"), true},
+                                   {QStringLiteral("skip"), QStringLiteral("1"), false},
+                                   {QStringLiteral("class"), QString(), true}}};
+    WriteQueryBack(control, fields);
+    QCOMPARE(control.Url1(), storedUrl);
+    QCOMPARE(control.SearchText(), QStringLiteral("y"));
+    QCOMPARE(control.NodeOffset(), 3);
+    QCOMPARE(control.storedAttribs(), (QStringList{QStringLiteral("id=a=b"), QStringLiteral("class=")}));
+}
+
+void tst_ParserLogic::writeBackStopsAtABadOffset()
+{
+    Tamberline control;
+    setQuery(control, QStringLiteral("u"), QStringLiteral("s"), 5, {QStringLiteral("a=1")});
+    const PageParserFields fields{QStringLiteral("new"), QStringLiteral("text"), QStringLiteral("seven"), {}};
+    try {
+        WriteQueryBack(control, fields);
+        QFAIL("an offset that is not a number must fail");
+    } catch (const RuntimeError &error) {
+        QCOMPARE(error.number(), 13);
+    }
+    // What was written before the failure stays; the rest is untouched.
+    QCOMPARE(control.Url1(), QStringLiteral("new"));
+    QCOMPARE(control.SearchText(), QStringLiteral("text"));
+    QCOMPARE(control.NodeOffset(), 5);
+    QCOMPARE(control.ElemAttribs(0), QStringLiteral("a=1"));
+}
+
+void tst_ParserLogic::placementClamp_data()
+{
+    QTest::addColumn<QRectF>("stored");
+    QTest::addColumn<QRectF>("placed");
+    // Screen of 1000 by 800.
+    QTest::newRow("fits") << QRectF(100, 50, 400, 300) << QRectF(100, 50, 400, 300);
+    QTest::newRow("negative left and top") << QRectF(-30, -5, 400, 300) << QRectF(0, 0, 400, 300);
+    QTest::newRow("taller than the screen") << QRectF(10, 100, 400, 2000) << QRectF(10, 0, 400, 800);
+    QTest::newRow("past the right edge") << QRectF(900, 10, 400, 300) << QRectF(600, 10, 400, 300);
+    QTest::newRow("wider than the screen") << QRectF(50, 10, 5000, 300) << QRectF(0, 10, 1000, 300);
+}
+
+void tst_ParserLogic::placementClamp()
+{
+    QFETCH(QRectF, stored);
+    QFETCH(QRectF, placed);
+    const WindowPlacement in{stored.left(), stored.top(), stored.width(), stored.height()};
+    const WindowPlacement out = in.clampedTo(1000, 800);
+    QCOMPARE(QRectF(out.left, out.top, out.width, out.height), placed);
+}
+
+void tst_ParserLogic::placementFromBrokenSettings()
+{
+    TestSettings settings;
+    SettingsStore::saveSettings(QStringLiteral("Preferences"), {{QStringLiteral("WindowLeft"), QStringLiteral("1500")},
+                                                                {QStringLiteral("WindowTop"), QStringLiteral("abc")},
+                                                                {QStringLiteral("WindowWidth"), QString()}});
+    const WindowPlacement current{1, 2, 3, 4};
+    QCOMPARE(WindowPlacement::load(current), (WindowPlacement{1500, 2, 3, 4}));
+    WindowPlacement{10, 20, 30, 40}.save();
+    QCOMPARE(WindowPlacement::load(current), (WindowPlacement{10, 20, 30, 40}));
+}
+
+void tst_ParserLogic::addressHistory_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QStringList>("history");
+    QTest::addColumn<QString>("location");
+    QTest::addColumn<QString>("expectedText");
+    QTest::addColumn<QStringList>("expectedHistory");
+    const QString a = QStringLiteral("http://a/"), b = QStringLiteral("http://b/"), blank = QStringLiteral("about:blank");
+    QTest::newRow("first page") << a << QStringList{} << a << a << QStringList{a};
+    QTest::newRow("reload adds nothing") << a << QStringList{a, b} << a << a << QStringList{a, b};
+    QTest::newRow("older address comes to the top again") << b << QStringList{a, b} << b << b << QStringList{b, a, b};
+    QTest::newRow("empty box takes about:blank, history untouched") << QString() << QStringList{a} << blank << blank << QStringList{a};
+    QTest::newRow("about:blank in the box skips the history") << blank << QStringList{a} << b << blank << QStringList{a};
+    QTest::newRow("empty box takes the location") << QStringLiteral("  ") << QStringList{} << b << b << QStringList{b};
+}
+
+void tst_ParserLogic::addressHistory()
+{
+    QFETCH(QString, text);
+    QFETCH(QStringList, history);
+    QFETCH(QString, location);
+    QFETCH(QString, expectedText);
+    QFETCH(QStringList, expectedHistory);
+    AddressBox box{text, history};
+    box.documentCompleted(location);
+    QCOMPARE(box.text, expectedText);
+    QCOMPARE(box.history, expectedHistory);
+}
+
+void tst_ParserLogic::historyKeepsTwenty()
+{
+    AddressBox box;
+    for (int i = 1; i <= 21; ++i) {
+        box.text = QStringLiteral("http://site/%1").arg(i);
+        box.documentCompleted(box.text);
+    }
+    QCOMPARE(box.history.size(), 20);
+    QCOMPARE(box.history.first(), QStringLiteral("http://site/21"));
+    QCOMPARE(box.history.last(), QStringLiteral("http://site/2"));
+}
+
+void tst_ParserLogic::progress_data()
+{
+    QTest::addColumn<qint64>("progress");
+    QTest::addColumn<qint64>("maximum");
+    QTest::addColumn<bool>("visible");
+    QTest::addColumn<bool>("redraw");
+    QTest::addColumn<QString>("text");
+    QTest::newRow("done hides") << 100LL << 100LL << false << false << QString();
+    QTest::newRow("no maximum hides") << 5LL << 0LL << false << false << QString();
+    QTest::newRow("negative maximum hides") << 5LL << -1LL << false << false << QString();
+    QTest::newRow("part way") << 45LL << 100LL << true << true << QStringLiteral("45%");
+    QTest::newRow("past the maximum shows 100") << 150LL << 100LL << true << true << QStringLiteral("100%");
+    QTest::newRow("a half rounds to even") << 1LL << 8LL << true << true << QStringLiteral("12%");
+    QTest::newRow("negative progress keeps the drawing") << -1LL << 100LL << true << false << QString();
+}
+
+void tst_ParserLogic::progress()
+{
+    QFETCH(qint64, progress);
+    QFETCH(qint64, maximum);
+    QFETCH(bool, visible);
+    QFETCH(bool, redraw);
+    QFETCH(QString, text);
+    const ProgressDisplay display = ProgressDisplay::forProgress(progress, maximum);
+    QCOMPARE(display.visible, visible);
+    QCOMPARE(display.redraw, redraw);
+    if (redraw)
+        QCOMPARE(display.text, text);
+}
+
+void tst_ParserLogic::paneRatios()
+{
+    PaneRatios ratios;
+    QCOMPARE(ratios.horizontal, 0.8f);
+    QCOMPARE(ratios.vertical, 0.5f);
+    ratios.horizontalDropped(100, 1000);
+    QCOMPARE(ratios.horizontal, 0.5f);
+    ratios.horizontalDropped(950, 1000);
+    QCOMPARE(ratios.horizontal, 0.8f);
+    ratios.horizontalDropped(700, 1000);
+    QCOMPARE(ratios.horizontal, 0.7f);
+    ratios.horizontalDropped(0, 1000);
+    QCOMPARE(ratios.horizontal, 0.7f);
+    ratios.verticalDropped(0, 400);
+    QCOMPARE(ratios.vertical, 0.0f);
+    ratios.resetUnset();
+    QCOMPARE(ratios.vertical, 0.5f);
+}
+
+QTEST_GUILESS_MAIN(tst_ParserLogic)
+#include "tst_parserlogic.moc"
