@@ -16,7 +16,7 @@ build: configure
 	@cmake --build --preset default
 
 run: build
-	@sh scripts/run.sh $(BUILD_DIR)/app/tamberline $(ARGS)
+	@sh scripts/run.sh $(BUILD_DIR)/app/tamberline --page-parser $(ARGS)
 
 test: build
 	@cd $(BUILD_DIR) && env $(TEST_ENV) ctest --output-on-failure --timeout 300 -j2

@@ -27,6 +27,9 @@ public:
     bool saveFile(const QString &path);
     bool isModified() const;
 
+public slots:
+    void openPageParser() { editQuery(&Tamberline::EditQueryItem); }
+
 protected:
     void closeEvent(QCloseEvent *event) override;
 

@@ -5,6 +5,7 @@
 #include <QCommandLineParser>
 #include <QDir>
 #include <QFileInfo>
+#include <QTimer>
 
 #include <cstdio>
 
@@ -13,10 +14,10 @@ namespace {
 QString bundledExample()
 {
     // Installed next to the program, or the source tree's copy for a build that is run in place.
-    const QString beside = QCoreApplication::applicationDirPath() + QStringLiteral("/../share/tamberline/examples/books.json");
+    const QString beside = QCoreApplication::applicationDirPath() + QStringLiteral("/../share/tamberline/examples/query.json");
     if (QFileInfo::exists(beside))
         return beside;
-    return QStringLiteral(TAMBERLINE_EXAMPLES_DIR "/books.json");
+    return QStringLiteral(TAMBERLINE_EXAMPLES_DIR "/query.json");
 }
 
 } // namespace
@@ -36,6 +37,9 @@ int main(int argc, char *argv[])
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral("Designs and runs web queries."));
     parser.addHelpOption();
+    const QCommandLineOption pageParser(QStringList{QStringLiteral("p"), QStringLiteral("page-parser")},
+                                        QStringLiteral("Open the Page Parser on the query at once."));
+    parser.addOption(pageParser);
     parser.addPositionalArgument(QStringLiteral("query"), QStringLiteral("Query file to open (default: the bundled example)."), QStringLiteral("[QUERY.json]"));
     parser.process(app);
 
@@ -45,5 +49,7 @@ int main(int argc, char *argv[])
     HostWindow window;
     window.openFile(path);
     window.show();
+    if (parser.isSet(pageParser))
+        QTimer::singleShot(0, &window, &HostWindow::openPageParser);
     return app.exec();
 }

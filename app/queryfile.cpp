@@ -9,6 +9,7 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QRegularExpression>
 #include <QSaveFile>
 #include <QUrl>
 
@@ -26,25 +27,35 @@ QString typeError(const QString &key, const char *expected)
 
 bool hasScheme(const QString &address)
 {
-    // A drive-less relative path has no "scheme:" prefix; "about:blank" and "http://…" do.
-    const QUrl url(address);
-    return url.isValid() && !url.scheme().isEmpty();
+    static const QRegularExpression scheme(QStringLiteral("^[A-Za-z][A-Za-z0-9+.-]*:"));
+    return scheme.match(address).hasMatch();
 }
 
+QString folderUrl(const QString &folder)
+{
+    return QUrl::fromLocalFile(QDir(folder).absolutePath()).toString() + u'/';
+}
+
+// The file part is resolved; a query or fragment after it, markers and all, is kept as it is.
 QString resolveAddress(const QString &address, const QString &folder)
 {
-    if (address.isEmpty() || folder.isEmpty() || hasScheme(address) || address.contains(u'%'))
+    if (address.isEmpty() || folder.isEmpty() || hasScheme(address))
         return address;
-    return QUrl::fromLocalFile(QDir(folder).absoluteFilePath(address)).toString();
+    const qsizetype end = address.indexOf(QRegularExpression(QStringLiteral("[?#]")));
+    const QString file = end < 0 ? address : address.left(end);
+    if (file.isEmpty() || file.contains(u'%'))
+        return address;
+    const QString rest = end < 0 ? QString() : address.mid(end);
+    return QUrl::fromLocalFile(QDir(folder).absoluteFilePath(file)).toString() + rest;
 }
 
 QString relativeAddress(const QString &address, const QString &folder)
 {
-    const QUrl url(address);
-    if (folder.isEmpty() || !url.isLocalFile())
+    const QString prefix = folderUrl(folder);
+    if (folder.isEmpty() || !address.startsWith(prefix))
         return address;
-    const QString relative = QDir(folder).relativeFilePath(url.toLocalFile());
-    return relative.startsWith(QStringLiteral("..")) ? address : relative;
+    const QString relative = address.mid(prefix.size());
+    return relative.isEmpty() || hasScheme(relative) ? address : relative;
 }
 
 } // namespace

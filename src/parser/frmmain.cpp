@@ -91,6 +91,9 @@ frmMain::frmMain(QWidget *parent)
         layoutPanes();
     });
 
+    // The panes follow the splitters' own resizes, which come once the window's layout is done.
+    ui->horBalancer->installEventFilter(this);
+    ui->verBalancer->installEventFilter(this);
     qApp->installEventFilter(this);
     restorePlacement();
 }
@@ -104,6 +107,9 @@ frmMain::~frmMain()
 
 bool frmMain::eventFilter(QObject *watched, QEvent *event)
 {
+    if (event->type() == QEvent::Resize && (watched == ui->horBalancer || watched == ui->verBalancer)
+        && !isMinimized())
+        layoutPanes();
     // Escape anywhere in the window asks the long walks to stop.
     if (event->type() == QEvent::KeyPress && static_cast<QKeyEvent *>(event)->key() == Qt::Key_Escape) {
         auto *widget = qobject_cast<QWidget *>(watched);
@@ -387,7 +393,6 @@ void frmMain::resizeEvent(QResizeEvent *event)
     QMainWindow::resizeEvent(event);
     if (isMinimized() || !m_placementRestored)
         return;
-    layoutPanes();
     placement().save();
 }
 

@@ -66,11 +66,23 @@ void tst_QueryFile::saveAndLoadRoundTrip()
     QVERIFY(file.open(QIODevice::ReadOnly));
     // A page beside the query is saved relative to it, so the pair can move together.
     QVERIFY(file.readAll().contains("\"Url1\": \"pages/shop.html\""));
+    file.close();
     QCOMPARE(QueryFile::load(path), query);
 
     query.Url1 = QStringLiteral("http://shop.example/item?id=%id%");
     query.save(path);
     QCOMPARE(QueryFile::load(path), query);
+
+    // Markers after the file name stay as they are, both ways.
+    QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    file.write("{\"Url1\": \"pages/shop.html?id=%id%#%part%\"}");
+    file.close();
+    const QueryFile withMarkers = QueryFile::load(path);
+    QCOMPARE(withMarkers.Url1, QUrl::fromLocalFile(dir.filePath(QStringLiteral("pages/shop.html"))).toString()
+                                   + QStringLiteral("?id=%id%#%part%"));
+    withMarkers.save(path);
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    QVERIFY(file.readAll().contains("\"Url1\": \"pages/shop.html?id=%id%#%part%\""));
 }
 
 void tst_QueryFile::controlRoundTrip()

@@ -1,0 +1,59 @@
+#include "parser/frmabort.h"
+#include "parser/frmmain.h"
+#include "scripteddialogs.h"
+#include "testsettings.h"
+
+#include <QPushButton>
+#include <QtTest>
+
+class tst_FrmAbort : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void waitsForItsOwnerThenCentres();
+    void staysHiddenWhileTheOwnerIs();
+};
+
+void tst_FrmAbort::waitsForItsOwnerThenCentres()
+{
+    TestSettings settings;
+    ScriptedDialogs script;
+    frmMain owner;
+    frmAbort dialog;
+    QCOMPARE(dialog.windowTitle(), QStringLiteral("Please Wait"));
+    QRect shownAt;
+    QWidget *parentWhenShown = nullptr;
+    script.onModal([&](QWidget *window) {
+        shownAt = window->geometry();
+        parentWhenShown = window->parentWidget();
+        QTest::mouseClick(window->findChild<QPushButton *>(QStringLiteral("cmdAbort")), Qt::LeftButton);
+    });
+    QTimer::singleShot(300, &owner, [&] { owner.show(); });
+    QElapsedTimer timer;
+    timer.start();
+    dialog.showFor(&owner);
+    QVERIFY(timer.elapsed() < 5000);
+    QVERIFY2(script.done(), qPrintable(script.pending()));
+    QCOMPARE(parentWhenShown, &owner);
+    QVERIFY(qAbs(shownAt.center().x() - owner.geometry().center().x()) <= 2);
+    QVERIFY(qAbs(shownAt.center().y() - owner.geometry().center().y()) <= 2);
+}
+
+void tst_FrmAbort::staysHiddenWhileTheOwnerIs()
+{
+    TestSettings settings;
+    ScriptedDialogs script;
+    frmAbort dialog;
+    // An owner that is never shown: nothing comes up, after the five seconds.
+    frmMain hidden;
+    QElapsedTimer timer;
+    timer.start();
+    dialog.showFor(&hidden);
+    QVERIFY(timer.elapsed() >= 4900);
+    QVERIFY(script.modalWindows().isEmpty());
+    QVERIFY(!dialog.isVisible());
+}
+
+QTEST_MAIN(tst_FrmAbort)
+#include "tst_frmabort.moc"
