@@ -1,70 +1,248 @@
 #include "browsersnapshot.h"
 
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
-
 namespace {
 
-[[noreturn]] void malformed(const char *what)
+// A reader for exactly the JSON that the page bridge writes, straight from the UTF-16 text the
+// browser hands over: a general JSON parser costs several times more on a large page.
+class SnapshotReader
 {
-    throw SnapshotFormatError(what);
-}
+public:
+    explicit SnapshotReader(QStringView text) : m_text(text) {}
 
-int indexValue(const QJsonValue &value, int lowest, int below)
-{
-    const double number = value.toDouble(-2);
-    if (!value.isDouble() || number != int(number) || number < lowest || number >= below)
-        malformed("an element index is out of range");
-    return int(number);
-}
+    DocumentPtr read()
+    {
+        auto document = std::make_shared<Document>();
+        expect(u'{');
+        bool first = true;
+        while (!consume(u'}')) {
+            if (!first)
+                expect(u',');
+            first = false;
+            const QString key = readString();
+            expect(u':');
+            if (key == u"url")
+                document->url = readString();
+            else if (key == u"title")
+                document->title = readString();
+            else if (key == u"cut")
+                document->cut = readBool();
+            else if (key == u"cutReason")
+                document->cutReason = readString();
+            else if (key == u"elements")
+                readElements(*document);
+            else
+                fail("an unknown key");
+        }
+        skipSpace();
+        if (m_pos != m_text.size())
+            fail("text after the snapshot");
+        return document;
+    }
+
+private:
+    [[noreturn]] static void fail(const char *what) { throw SnapshotFormatError(what); }
+
+    void skipSpace()
+    {
+        while (m_pos < m_text.size() && (m_text[m_pos] == u' ' || m_text[m_pos] == u'\n' || m_text[m_pos] == u'\r'
+                                         || m_text[m_pos] == u'\t'))
+            ++m_pos;
+    }
+
+    bool consume(char16_t c)
+    {
+        skipSpace();
+        if (m_pos < m_text.size() && m_text[m_pos] == c) {
+            ++m_pos;
+            return true;
+        }
+        return false;
+    }
+
+    void expect(char16_t c)
+    {
+        if (!consume(c))
+            fail("unexpected character");
+    }
+
+    bool peekIs(char16_t c)
+    {
+        skipSpace();
+        return m_pos < m_text.size() && m_text[m_pos] == c;
+    }
+
+    bool readBool()
+    {
+        skipSpace();
+        if (m_text.mid(m_pos).startsWith(u"true")) {
+            m_pos += 4;
+            return true;
+        }
+        if (m_text.mid(m_pos).startsWith(u"false")) {
+            m_pos += 5;
+            return false;
+        }
+        fail("a Boolean was expected");
+    }
+
+    long long readInteger()
+    {
+        skipSpace();
+        bool negative = false;
+        if (m_pos < m_text.size() && m_text[m_pos] == u'-') {
+            negative = true;
+            ++m_pos;
+        }
+        const qsizetype start = m_pos;
+        long long value = 0;
+        while (m_pos < m_text.size() && m_text[m_pos] >= u'0' && m_text[m_pos] <= u'9') {
+            value = value * 10 + (m_text[m_pos].unicode() - u'0');
+            if (value > 1'000'000'000)
+                fail("an index is too large");
+            ++m_pos;
+        }
+        if (m_pos == start)
+            fail("a number was expected");
+        return negative ? -value : value;
+    }
+
+    int hexDigit(QChar c)
+    {
+        const char16_t u = c.unicode();
+        if (u >= u'0' && u <= u'9')
+            return u - u'0';
+        if (u >= u'a' && u <= u'f')
+            return u - u'a' + 10;
+        if (u >= u'A' && u <= u'F')
+            return u - u'A' + 10;
+        fail("a bad \\u escape");
+    }
+
+    QString readString()
+    {
+        expect(u'"');
+        QString result;
+        qsizetype runStart = m_pos;
+        while (true) {
+            if (m_pos >= m_text.size())
+                fail("an unterminated string");
+            const char16_t c = m_text[m_pos].unicode();
+            if (c == u'"') {
+                result.append(m_text.mid(runStart, m_pos - runStart));
+                ++m_pos;
+                return result;
+            }
+            if (c != u'\\') {
+                ++m_pos;
+                continue;
+            }
+            result.append(m_text.mid(runStart, m_pos - runStart));
+            if (m_pos + 1 >= m_text.size())
+                fail("an unterminated escape");
+            const char16_t escaped = m_text[m_pos + 1].unicode();
+            m_pos += 2;
+            switch (escaped) {
+            case u'"': result.append(u'"'); break;
+            case u'\\': result.append(u'\\'); break;
+            case u'/': result.append(u'/'); break;
+            case u'b': result.append(u'\b'); break;
+            case u'f': result.append(u'\f'); break;
+            case u'n': result.append(u'\n'); break;
+            case u'r': result.append(u'\r'); break;
+            case u't': result.append(u'\t'); break;
+            case u'u': {
+                if (m_pos + 4 > m_text.size())
+                    fail("a short \\u escape");
+                int code = 0;
+                for (int i = 0; i < 4; ++i)
+                    code = code * 16 + hexDigit(m_text[m_pos + i]);
+                m_pos += 4;
+                result.append(QChar(char16_t(code)));
+                break;
+            }
+            default:
+                fail("an unknown escape");
+            }
+            runStart = m_pos;
+        }
+    }
+
+    int readIndex(int lowest, int below)
+    {
+        const long long value = readInteger();
+        if (value < lowest || value >= below)
+            fail("an element index is out of range");
+        return int(value);
+    }
+
+    void readElements(Document &document)
+    {
+        expect(u'[');
+        if (consume(u']'))
+            return;
+        do {
+            document.elements.append(readElement(document.length()));
+        } while (consume(u','));
+        expect(u']');
+        // Children may name elements that come later; check them once all are known. A cut
+        // snapshot ends before some of them, and those are left out like the rest.
+        const int count = document.length();
+        for (Document::Element &element : document.elements) {
+            element.children.removeIf([&](const Document::ChildNode &child) {
+                if (child.element >= count && !document.cut)
+                    fail("a child index is out of range");
+                return child.element >= count;
+            });
+        }
+    }
+
+    Document::Element readElement(int index)
+    {
+        Document::Element element;
+        expect(u'[');
+        element.tagName = readString();
+        expect(u',');
+        element.parent = readIndex(-1, index); // parents come first in document order
+        expect(u',');
+        element.id = readString();
+        expect(u',');
+        element.innerText = readString();
+        expect(u',');
+        expect(u'[');
+        if (!consume(u']')) {
+            do {
+                Document::Attribute attribute;
+                attribute.name = readString();
+                expect(u',');
+                attribute.value = readString();
+                element.attributes.append(attribute);
+            } while (consume(u','));
+            expect(u']');
+        }
+        expect(u',');
+        expect(u'[');
+        if (!consume(u']')) {
+            do {
+                Document::ChildNode child;
+                if (peekIs(u'"'))
+                    child.text = readString();
+                else
+                    child.element = readIndex(0, 1'000'000'000);
+                element.children.append(child);
+            } while (consume(u','));
+            expect(u']');
+        }
+        expect(u']');
+        return element;
+    }
+
+    QStringView m_text;
+    qsizetype m_pos = 0;
+};
 
 } // namespace
 
-DocumentPtr documentFromSnapshotJson(const QByteArray &json)
+DocumentPtr documentFromSnapshotJson(QStringView json)
 {
-    QJsonParseError error;
-    const QJsonDocument parsed = QJsonDocument::fromJson(json, &error);
-    if (error.error != QJsonParseError::NoError || !parsed.isObject())
-        malformed("the snapshot is not a JSON object");
-    const QJsonObject root = parsed.object();
-    const QJsonArray elements = root.value(QStringLiteral("elements")).toArray();
-
-    auto document = std::make_shared<Document>();
-    document->url = root.value(QStringLiteral("url")).toString();
-    document->title = root.value(QStringLiteral("title")).toString();
-    document->cut = root.value(QStringLiteral("cut")).toBool();
-    document->cutReason = root.value(QStringLiteral("cutReason")).toString();
-    const int count = int(elements.size());
-    document->elements.reserve(count);
-    for (int i = 0; i < count; ++i) {
-        const QJsonArray fields = elements.at(i).toArray();
-        if (fields.size() != 6)
-            malformed("an element does not have six fields");
-        Document::Element element;
-        element.tagName = fields.at(0).toString();
-        element.parent = indexValue(fields.at(1), -1, i); // parents come first in document order
-        element.id = fields.at(2).toString();
-        element.innerText = fields.at(3).toString();
-        const QJsonArray attributes = fields.at(4).toArray();
-        if (attributes.size() % 2 != 0)
-            malformed("an attribute has no value");
-        element.attributes.reserve(attributes.size() / 2);
-        for (qsizetype a = 0; a + 1 < attributes.size(); a += 2)
-            element.attributes.append(Document::Attribute{attributes.at(a).toString(), attributes.at(a + 1).toString()});
-        const QJsonArray children = fields.at(5).toArray();
-        element.children.reserve(children.size());
-        for (const QJsonValue &child : children) {
-            if (child.isString()) {
-                element.children.append(Document::ChildNode{-1, child.toString()});
-                continue;
-            }
-            // A cut snapshot ends before some children; they are left out like the rest.
-            if (document->cut && child.toDouble() >= count)
-                continue;
-            element.children.append(Document::ChildNode{indexValue(child, 0, count), {}});
-        }
-        document->elements.append(std::move(element));
-    }
-    return document;
+    return SnapshotReader(json).read();
 }

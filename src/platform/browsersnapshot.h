@@ -2,7 +2,7 @@
 
 #include "document.h"
 
-#include <QByteArray>
+#include <QStringView>
 
 #include <stdexcept>
 
@@ -15,4 +15,4 @@ public:
 
 // Reads the JSON that the page bridge's snapshot() returns. Every index is checked, since the
 // page controls the strings in it and could be built to confuse a careless reader.
-DocumentPtr documentFromSnapshotJson(const QByteArray &json);
+DocumentPtr documentFromSnapshotJson(QStringView json);

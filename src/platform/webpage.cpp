@@ -128,7 +128,7 @@ void WebPage::requestSnapshot(std::function<void(DocumentPtr)> done, const Snaps
             return;
         }
         try {
-            done(documentFromSnapshotJson(result.toString().toUtf8()));
+            done(documentFromSnapshotJson(result.toString()));
         } catch (const SnapshotFormatError &) {
             done(nullptr);
         }

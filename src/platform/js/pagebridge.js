@@ -11,15 +11,17 @@
     const tagNameOf = getter(Element.prototype, 'tagName');
     const attributesOf = getter(Element.prototype, 'attributes');
     const parentElementOf = getter(Node.prototype, 'parentElement');
+    const parentNodeOf = getter(Node.prototype, 'parentNode');
+    const hasAttributes = Element.prototype.hasAttributes;
+    const createTreeWalker = Document.prototype.createTreeWalker;
+    const nextNode = TreeWalker.prototype.nextNode;
     const firstChildOf = getter(Node.prototype, 'firstChild');
-    const nextSiblingOf = getter(Node.prototype, 'nextSibling');
     const nodeTypeOf = getter(Node.prototype, 'nodeType');
     const textContentOf = getter(Node.prototype, 'textContent');
     const innerTextOf = getter(HTMLElement.prototype, 'innerText');
     const dataOf = getter(CharacterData.prototype, 'data');
     const attrNameOf = getter(Attr.prototype, 'name');
     const attrValueOf = getter(Attr.prototype, 'value');
-    const getAttribute = Element.prototype.getAttribute;
     const getElementsByTagName = Document.prototype.getElementsByTagName;
     const scrollIntoView = Element.prototype.scrollIntoView;
 
@@ -37,46 +39,52 @@
         // [tagName, parent index, id, innerText, [name, value, ...], [child index or text, ...]].
         snapshot(limits) {
             const started = performance.now();
-            const all = allElements();
-            const count = all.length;
+            // One walk over elements and text nodes in document order: the same elements, in the
+            // same order, as getElementsByTagName('*').
+            const walker = createTreeWalker.call(document, document, NodeFilter.SHOW_ELEMENT | NodeFilter.SHOW_TEXT);
             const indexOf = new Map();
-            for (let i = 0; i < count; ++i)
-                indexOf.set(all[i], i);
-
             const elements = [];
             let textBudget = limits.maxTextChars;
             let cut = false;
             let cutReason = '';
-            for (let i = 0; i < count; ++i) {
-                if (i >= limits.maxElements || performance.now() - started > limits.maxMilliseconds) {
+            for (let node = nextNode.call(walker); node; node = nextNode.call(walker)) {
+                const parent = indexOf.get(parentNodeOf.call(node));
+                if (nodeTypeOf.call(node) === Node.TEXT_NODE) {
+                    if (parent !== undefined)
+                        elements[parent][5].push(dataOf.call(node));
+                    continue;
+                }
+                const index = elements.length;
+                if (index >= limits.maxElements || performance.now() - started > limits.maxMilliseconds) {
+                    const total = getElementsByTagName.call(document, '*').length;
                     cut = true;
-                    cutReason = i >= limits.maxElements
-                        ? 'the page has ' + count + ' elements; the first ' + i + ' were read'
-                        : 'reading the page took too long; the first ' + i + ' of ' + count + ' elements were read';
+                    cutReason = index >= limits.maxElements
+                        ? 'the page has ' + total + ' elements; the first ' + index + ' were read'
+                        : 'reading the page took too long; the first ' + index + ' of ' + total + ' elements were read';
                     break;
                 }
-                const element = all[i];
-                const parent = parentElementOf.call(element);
+                indexOf.set(node, index);
+                if (parent !== undefined)
+                    elements[parent][5].push(index);
                 const attributes = [];
-                for (const attribute of attributesOf.call(element))
-                    attributes.push(attrNameOf.call(attribute), attrValueOf.call(attribute));
-                const children = [];
-                for (let child = firstChildOf.call(element); child; child = nextSiblingOf.call(child)) {
-                    const type = nodeTypeOf.call(child);
-                    if (type === Node.ELEMENT_NODE)
-                        children.push(indexOf.get(child));
-                    else if (type === Node.TEXT_NODE)
-                        children.push(dataOf.call(child));
+                let id = '';
+                if (hasAttributes.call(node)) {
+                    for (const attribute of attributesOf.call(node)) {
+                        const name = attrNameOf.call(attribute);
+                        const value = attrValueOf.call(attribute);
+                        if (name === 'id')
+                            id = value;
+                        attributes.push(name, value);
+                    }
                 }
-                let text = renderedText(element) || '';
+                let text = firstChildOf.call(node) ? renderedText(node) || '' : '';
                 if (text.length > textBudget) {
                     cut = true;
-                    cutReason = 'the page text is too large; element texts from element ' + i + ' on were left out';
+                    cutReason = 'the page text is too large; element texts from element ' + index + ' on were left out';
                     text = '';
                 }
                 textBudget -= text.length;
-                elements.push([tagNameOf.call(element), parent ? indexOf.get(parent) : -1,
-                               getAttribute.call(element, 'id') || '', text, attributes, children]);
+                elements.push([tagNameOf.call(node), parent === undefined ? -1 : parent, id, text, attributes, []]);
             }
             return JSON.stringify({ url: location.href, title: document.title, cut, cutReason, elements });
         },
