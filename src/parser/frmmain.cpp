@@ -76,7 +76,13 @@ frmMain::frmMain(QWidget *parent)
     ui->lstProps->setColumnWidth(0, 110);
 
     connect(ui->cmdGo, &QPushButton::clicked, this, &frmMain::cmdGo_Click);
+    // Choosing an entry is Go, and so is Enter; the box itself reports Enter on a text that is in
+    // its list as a choice, so only other texts are taken from the line edit.
     connect(ui->cmboUrl, &QComboBox::activated, this, [this] { cmdGo_Click(); });
+    connect(ui->cmboUrl->lineEdit(), &QLineEdit::returnPressed, this, [this] {
+        if (ui->cmboUrl->findText(ui->cmboUrl->currentText(), Qt::MatchFixedString) < 0)
+            cmdGo_Click();
+    });
     connect(ui->cmdSearch, &QPushButton::clicked, this, &frmMain::cmdSearch_Click);
     connect(ui->cmdSave, &QPushButton::clicked, this, &frmMain::cmdSave_Click);
     connect(ui->mnu_Save, &QAction::triggered, this, &frmMain::cmdSave_Click);

@@ -106,6 +106,8 @@ private slots:
     void refusedNavigationKeepsThePage();
     void pageScriptsAreLockedOut();
     void tooManyElementsAreReported();
+    void framesCompleteOnce();
+    void selectionSelectsItsNode();
     void placementIsRestoredClamped();
     void escapeRequestsAStop();
 
@@ -352,6 +354,64 @@ void tst_PageParser::tooManyElementsAreReported()
     QCOMPARE(nodes, 32769);
     QVERIFY2(script.messageBoxes().first().text.contains(QStringLiteral("32,768 elements")),
              qPrintable(script.messageBoxes().first().text));
+}
+
+void tst_PageParser::framesCompleteOnce()
+{
+    ScriptedDialogs script;
+    Tamberline control;
+    control.setUrl1(pageUrl(QStringLiteral("simple.html")));
+    control.setAllowNav2(true);
+    int completions = 0, loads = 0;
+    QStringList tags;
+    editWithParser(control, script, [&](frmMain *parser) {
+        QSignalSpy completed(parser, &frmMain::documentCompleted);
+        QSignalSpy started(parser->page(), &QWebEnginePage::loadStarted);
+        auto *box = child<QComboBox>(parser, "cmboUrl");
+        box->setEditText(QUrl::fromLocalFile(QStringLiteral(TAMBERLINE_EXAMPLES_DIR "/frames.html")).toString());
+        QTest::keyClick(box->lineEdit(), Qt::Key_Return); // Enter in the address box is Go
+        QVERIFY(completed.wait(20000));
+        QTest::qWait(1500); // time for the frames to finish too
+        completions = int(completed.count());
+        for (QTreeWidgetItem *node : parser->nodeTree().nodesInOrder())
+            tags.append(node->text(0));
+        // Enter on an address from the history is one Go too, not two.
+        box->setEditText(pageUrl(QStringLiteral("simple.html")));
+        QTest::keyClick(box->lineEdit(), Qt::Key_Return);
+        QVERIFY(completed.wait(20000));
+        QTest::qWait(500);
+        loads = int(started.count());
+        parser->findChild<QAction *>(QStringLiteral("mnu_Exit"))->trigger();
+    });
+    QCOMPARE(completions, 1);
+    QCOMPARE(loads, 2);
+    QVERIFY2(tags.mid(0, 7) == (QStringList{QStringLiteral("Document"), QStringLiteral("HTML"), QStringLiteral("HEAD"),
+                                            QStringLiteral("TITLE"), QStringLiteral("FRAMESET"), QStringLiteral("FRAME"),
+                                            QStringLiteral("FRAME")}),
+             qPrintable(tags.join(u' ')));
+}
+
+void tst_PageParser::selectionSelectsItsNode()
+{
+    ScriptedDialogs script;
+    Tamberline control;
+    control.setUrl1(pageUrl(QStringLiteral("simple.html")));
+    control.setAllowNav2(true);
+    QString selectedKey;
+    editWithParser(control, script, [&](frmMain *parser) {
+        // The page's own script selects the bold word.
+        parser->page()->runJavaScript(QStringLiteral("(() => { const range = document.createRange();"
+                                                     " range.selectNodeContents(document.querySelector('b'));"
+                                                     " getSelection().removeAllRanges(); getSelection().addRange(range); })()"),
+                                      WebPage::UnsafeJsWorld);
+        parser->SelectNodeForSelection();
+        auto *tree = child<QTreeWidget>(parser, "tvu");
+        QTRY_VERIFY(tree->currentItem());
+        selectedKey = NodeTree::keyOf(tree->currentItem());
+        QVERIFY(tree->currentItem()->parent()->isExpanded());
+        parser->findChild<QAction *>(QStringLiteral("mnu_Exit"))->trigger();
+    });
+    QCOMPARE(selectedKey, QStringLiteral("K14")); // html head title body h1 table tbody tr td td tr td td p b
 }
 
 void tst_PageParser::placementIsRestoredClamped()
