@@ -1,5 +1,6 @@
 #include "control/attribwalk.h"
 #include "control/tamberlinecontrol.h"
+#include "freshquery.h"
 #include "platform/runtimeerror.h"
 
 #include <QThread>
@@ -28,13 +29,7 @@ private slots:
 
 void tst_QueryDefinition::init()
 {
-    // The query outlives every control on the thread; start each test from the initial values.
-    Tamberline control;
-    control.setUrl1({});
-    control.setAllowNav2(false);
-    control.setSearchText({});
-    control.setNodeOffset(0);
-    control.ClearAttribs();
+    resetThreadQuery();
 }
 
 void tst_QueryDefinition::startsEmpty()

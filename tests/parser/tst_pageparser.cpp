@@ -1,4 +1,5 @@
 #include "control/tamberlinecontrol.h"
+#include "freshquery.h"
 #include "parser/frmmain.h"
 #include "parser/nodetree.h"
 #include "scripteddialogs.h"
@@ -118,12 +119,7 @@ private:
 void tst_PageParser::init()
 {
     m_settings = std::make_unique<TestSettings>();
-    Tamberline control;
-    control.setUrl1({});
-    control.setAllowNav2(false);
-    control.setSearchText({});
-    control.setNodeOffset(0);
-    control.ClearAttribs();
+    resetThreadQuery();
 }
 
 void tst_PageParser::cleanup()
