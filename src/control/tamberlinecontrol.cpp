@@ -4,6 +4,7 @@
 #include "parser/frmmain.h"
 #include "platform/runtimeerror.h"
 #include "platform/webpage.h"
+#include "wizard/editattributefilters.h"
 
 #include <cstring>
 
@@ -37,8 +38,7 @@ void Tamberline::setNodeOffset(qint32 value) { m_state->query.NodeOffset = value
 
 bool Tamberline::EditProperties()
 {
-    throw RuntimeError(ErrorNumber::ActionNotSupported,
-                       QStringLiteral("EditProperties is not available yet: the attribute list editor is not built"));
+    return EditAttributeFilters(*this);
 }
 
 bool Tamberline::EditQueryItem()

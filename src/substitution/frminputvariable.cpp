@@ -1,6 +1,7 @@
 #include "frminputvariable.h"
 
 #include "platform/dialogs.h"
+#include "platform/selectonfocus.h"
 #include "ui_frminputvariable.h"
 
 #include <QEvent>
@@ -10,7 +11,7 @@ frmInputVariable::frmInputVariable(QWidget *parent)
     , ui(std::make_unique<Ui::frmInputVariable>())
 {
     ui->setupUi(this);
-    ui->txtValue->installEventFilter(this);
+    selectAllOnFocus(ui->txtValue);
     connect(ui->cmdFinish, &QPushButton::clicked, this, [this] {
         m_accepted = true;
         hide();
@@ -42,11 +43,4 @@ bool frmInputVariable::event(QEvent *event)
     if (event->type() == QEvent::WindowActivate)
         ui->txtValue->setFocus();
     return QDialog::event(event);
-}
-
-bool frmInputVariable::eventFilter(QObject *watched, QEvent *event)
-{
-    if (watched == ui->txtValue && event->type() == QEvent::FocusIn)
-        ui->txtValue->selectAll();
-    return QDialog::eventFilter(watched, event);
 }

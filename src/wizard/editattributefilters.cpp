@@ -1,0 +1,26 @@
+#include "editattributefilters.h"
+
+#include "control/attribwalk.h"
+#include "control/tamberlinecontrol.h"
+#include "frmaddprop.h"
+#include "platform/boundarytypes.h"
+#include "platform/dialogs.h"
+#include "platform/textrules.h"
+
+bool EditAttributeFilters(Tamberline &control)
+{
+    frmAddProp editor;
+    for (const QString &entry : walkElemAttribs(control))
+        editor.SetAttributeLine(-1, entry);
+    Dialogs::showModal(&editor);
+    if (editor.Confirmed()) {
+        control.ClearAttribs();
+        for (long long i = 0;; ++i) {
+            const QString line = editor.GetAttributeLine(checkedInt16(i));
+            if (trimBlanks(line).isEmpty())
+                break;
+            control.setElemAttribs(-1, line);
+        }
+    }
+    return editor.Confirmed();
+}
