@@ -1,0 +1,222 @@
+#include "nodepropertylist.h"
+
+#include "control/attribwalk.h"
+#include "control/tamberlinecontrol.h"
+#include "platform/runtimeerror.h"
+#include "platform/textrules.h"
+
+#include <QApplication>
+#include <QHeaderView>
+#include <QStyle>
+#include <QTimer>
+#include <QTreeWidget>
+
+namespace {
+
+constexpr int ColourRole = Qt::UserRole;
+
+QColor colourFor(int value)
+{
+    return QColor(value & 0xFF, (value >> 8) & 0xFF, (value >> 16) & 0xFF);
+}
+
+// The list sorts its texts without regard to case, as people read them.
+class PropertyRow : public QTreeWidgetItem
+{
+public:
+    using QTreeWidgetItem::QTreeWidgetItem;
+
+    bool operator<(const QTreeWidgetItem &other) const override
+    {
+        const int column = treeWidget() ? treeWidget()->sortColumn() : 0;
+        return text(column).compare(other.text(column), Qt::CaseInsensitive) < 0;
+    }
+};
+
+bool shown(NodePropertyList::Show show, const QString &value)
+{
+    switch (show) {
+    case NodePropertyList::Show::All:
+        return true;
+    case NodePropertyList::Show::NonEmpty: {
+        const QString trimmed = trimBlanks(value);
+        return !trimmed.isEmpty() && trimmed != QStringLiteral("null");
+    }
+    case NodePropertyList::Show::None:
+        break;
+    }
+    return false;
+}
+
+} // namespace
+
+NodePropertyList::NodePropertyList(QTreeWidget *list)
+    : m_list(list)
+    , m_sortAsc(QApplication::style()->standardIcon(QStyle::SP_ArrowUp))
+    , m_sortDesc(QApplication::style()->standardIcon(QStyle::SP_ArrowDown))
+{
+    m_list->header()->setSectionsClickable(true);
+}
+
+int NodePropertyList::colourOf(const QTreeWidgetItem *row)
+{
+    const QVariant colour = row->data(0, ColourRole);
+    return colour.isValid() ? colour.toInt() : DefaultColour;
+}
+
+QTreeWidgetItem *NodePropertyList::addRow(const QString &name, const QString &value, int colour)
+{
+    auto *row = new PropertyRow(QStringList{name, value});
+    row->setFlags(row->flags() | Qt::ItemIsUserCheckable);
+    row->setCheckState(0, Qt::Unchecked);
+    if (colour != DefaultColour) {
+        row->setData(0, ColourRole, colour);
+        row->setForeground(0, colourFor(colour));
+        row->setForeground(1, colourFor(colour));
+    }
+    m_list->addTopLevelItem(row);
+    return row;
+}
+
+void NodePropertyList::ShowNodeProperties(const Document *document, int element)
+{
+    const QSignalBlocker blocker(m_list);
+    bool ignoreErrors = false;
+    if (document && element >= 0) {
+        m_list->clear();
+        bool trapped = false;
+        try {
+            for (const Document::Attribute &attribute : document->item(element).attributes) {
+                if (attribute.name == QStringLiteral("ValdKey"))
+                    continue;
+                if (shown(m_show, attribute.value))
+                    MarkIfFiltered(addRow(attribute.name, attribute.value, DefaultColour));
+            }
+        } catch (const std::exception &) {
+            // The attributes are lost, the element rows skipped; the filters still show.
+            m_list->clear();
+            trapped = true;
+        }
+        if (!trapped) {
+            const auto ignoring = [](const auto &step) {
+                try {
+                    step();
+                } catch (const std::exception &) {
+                }
+            };
+            const Document::Element &e = document->item(element);
+            ignoring([&] { AddElementRow(QStringLiteral("tagName"), e.tagName); });
+            ignoring([&] {
+                if (e.parent >= 0) // an element without a parent has no parent tag to show
+                    AddElementRow(QStringLiteral("ParentTag"), document->item(e.parent).tagName);
+            });
+            ignoring([&] { AddElementRow(QStringLiteral("sourceIndex"), QString::number(element)); });
+            ignoreErrors = true;
+        }
+    }
+    addFilterOnlyRows(ignoreErrors);
+    applySort();
+}
+
+void NodePropertyList::addFilterOnlyRows(bool ignoreErrors)
+{
+    if (!m_control)
+        return;
+    for (const QString &entry : m_control->storedAttribs()) {
+        bool spelled = false;
+        for (int i = 0; i < m_list->topLevelItemCount() && !spelled; ++i) {
+            const QTreeWidgetItem *row = m_list->topLevelItem(i);
+            spelled = row->text(0) + u'=' + row->text(1) == entry;
+        }
+        if (spelled)
+            continue;
+        const qsizetype at = entry.indexOf(u'=');
+        if (at < 0) {
+            // Its name cannot be taken: an invalid-argument failure, ignored only after a full fill.
+            if (ignoreErrors)
+                continue;
+            throw RuntimeError(ErrorNumber::InvalidCall);
+        }
+        MarkIfFiltered(addRow(entry.left(at), entry.mid(at + 1), Red));
+    }
+}
+
+QTreeWidgetItem *NodePropertyList::AddElementRow(const QString &name, const QString &value)
+{
+    QTreeWidgetItem *row = addRow(name, QString(), Blue);
+    row->setText(1, value);
+    MarkIfFiltered(row);
+    return row;
+}
+
+void NodePropertyList::MarkIfFiltered(QTreeWidgetItem *row)
+{
+    if (!isQueryControl(m_control))
+        return;
+    const QString name = row->text(0);
+    const QString value = row->text(1);
+    const QString head = trimBlanks(name + u'=').toUpper();
+    const QString tail = trimBlanks(u'=' + value).toUpper();
+    // Only the two ends of an entry are compared: a=b=c marks the row a / c as well as a / b=c.
+    for (const QString &entry : walkElemAttribs(*m_control)) {
+        const QString e = trimBlanks(entry).toUpper();
+        if (e.left(name.size() + 1) == head && e.right(value.size() + 1) == tail) {
+            const QSignalBlocker blocker(m_list);
+            row->setCheckState(0, Qt::Checked);
+            return;
+        }
+    }
+}
+
+void NodePropertyList::rowCheckToggled(QTreeWidgetItem *row)
+{
+    if (!m_control)
+        throw RuntimeError(ErrorNumber::ObjectRequired);
+    const QString name = trimBlanks(row->text(0)).toUpper();
+    const QStringList stored = m_control->storedAttribs();
+    for (int i = 0; i < stored.size(); ++i) {
+        const qsizetype at = stored.at(i).indexOf(u'=');
+        if (at < 0 || trimBlanks(stored.at(i).left(at)).toUpper() != name)
+            continue;
+        m_control->removeStoredAttrib(i);
+        if (colourOf(row) == Red) {
+            // Unticking a filter-only row deletes it; not from inside the list's own signal.
+            QTimer::singleShot(0, m_list, [list = m_list, row] {
+                if (list->indexOfTopLevelItem(row) >= 0)
+                    delete row;
+            });
+            return;
+        }
+        break;
+    }
+    if (row->checkState(0) == Qt::Checked)
+        m_control->setElemAttribs(-1, row->text(0) + u'=' + row->text(1));
+}
+
+void NodePropertyList::columnClicked(int column)
+{
+    if (column < 0 || column > 1)
+        return;
+    const int icon = m_headerIcon[column];
+    if (icon == 1) {
+        m_sorted = true;
+        m_order = Qt::DescendingOrder;
+    } else if (icon == 0 || icon == 2) {
+        m_sorted = true;
+        m_order = Qt::AscendingOrder;
+    }
+    m_sortKey = column;
+    m_headerIcon[0] = m_headerIcon[1] = 0;
+    if (m_sorted)
+        m_headerIcon[column] = m_order == Qt::DescendingOrder ? 2 : 1;
+    QTreeWidgetItem *header = m_list->headerItem();
+    for (int c = 0; c < 2; ++c)
+        header->setIcon(c, m_headerIcon[c] == 1 ? m_sortAsc : m_headerIcon[c] == 2 ? m_sortDesc : QIcon());
+    applySort();
+}
+
+void NodePropertyList::applySort()
+{
+    if (m_sorted)
+        m_list->sortItems(m_sortKey, m_order);
+}
