@@ -6,6 +6,8 @@
 #include "pageparserquery.h"
 #include "platform/dialogs.h"
 #include "platform/handlerguard.h"
+#include "platform/pagebridge.h"
+#include "platform/boundarytypes.h"
 #include "platform/runtimeerror.h"
 #include "platform/textrules.h"
 #include "platform/webpage.h"
@@ -14,12 +16,17 @@
 #include "substitution/examplevaluecache.h"
 #include "ui_frmmain.h"
 #include "windowplacement.h"
+#include "wizard/editattributefilters.h"
 
 #include <QApplication>
 #include <QCloseEvent>
 #include <QKeyEvent>
 #include <QLabel>
+#include <QHeaderView>
 #include <QLineEdit>
+#include <QMouseEvent>
+#include <QRadioButton>
+#include <QScopedValueRollback>
 #include <QScreen>
 #include <QTimer>
 #include <QWebEngineView>
@@ -46,6 +53,7 @@ frmMain::frmMain(QWidget *parent)
     : QMainWindow(parent)
     , ui(setUpForm(this))
     , m_tree(ui->tvu)
+    , m_properties(ui->lstProps)
 {
     m_page = new WebPage(this);
     ui->WebBr->setPage(m_page);
@@ -59,6 +67,14 @@ frmMain::frmMain(QWidget *parent)
     connect(m_page, &QWebEnginePage::loadProgress, this, [this](int percent) {
         m_progress->showProgress(m_statusPanel, percent, 100);
     });
+    const PageBridge *bridge = m_page->bridge();
+    connect(bridge, &PageBridge::elementPointed, this, [this](int index) {
+        if (m_hdoc && index < m_hdoc->length())
+            setStatusText(m_hdoc->item(index).innerText);
+    });
+    connect(bridge, &PageBridge::pointerLeft, this, [this] { setStatusText(QString()); });
+    connect(bridge, &PageBridge::elementDoubleClicked, this, &frmMain::selectElementNode);
+    connect(bridge, &PageBridge::selectionMoved, this, &frmMain::selectElementNode);
 
     m_statusPanel = new QLabel(ui->stts);
     m_statusPanel->setObjectName(QStringLiteral("sttsPanel1"));
@@ -74,6 +90,28 @@ frmMain::frmMain(QWidget *parent)
     ui->mnu_Favorites_Separ->setSeparator(true);
     ui->mnu_Favorites_Nav_0->setVisible(false);
     ui->lstProps->setColumnWidth(0, 110);
+    m_properties.setShow(NodePropertyList::Show::NonEmpty);
+
+    // Picking a node, by mouse or by keyboard, but not when the code selects one.
+    connect(ui->tvu, &QTreeWidget::itemClicked, this, [this](QTreeWidgetItem *node) {
+        runHandler(this, HandlerOrigin::User, [&] { NodeClick(node); });
+    });
+    connect(ui->tvu, &QTreeWidget::currentItemChanged, this, [this](QTreeWidgetItem *node) {
+        if (node && !m_selectingNode && QGuiApplication::mouseButtons() == Qt::NoButton)
+            runHandler(this, HandlerOrigin::User, [&] { NodeClick(node); });
+    });
+    ui->tvu->setMouseTracking(true);
+    ui->tvu->viewport()->installEventFilter(this);
+    connect(ui->lstProps, &QTreeWidget::itemChanged, this, [this](QTreeWidgetItem *row, int column) {
+        if (column == 0)
+            runHandler(this, HandlerOrigin::User, [&] { m_properties.rowCheckToggled(row); });
+    });
+    connect(ui->lstProps->header(), &QHeaderView::sectionClicked, this, [this](int column) {
+        m_properties.columnClicked(column);
+    });
+    for (QRadioButton *option : {ui->chkShowProps_0, ui->chkShowProps_1})
+        connect(option, &QRadioButton::clicked, this, &frmMain::chkShowProps_Click);
+    connect(ui->cmdEditProps, &QPushButton::clicked, this, &frmMain::cmdEditProps_Click);
 
     connect(ui->cmdGo, &QPushButton::clicked, this, &frmMain::cmdGo_Click);
     // Choosing an entry is Go, and so is Enter; the box itself reports Enter on a text that is in
@@ -113,6 +151,12 @@ frmMain::~frmMain()
 
 bool frmMain::eventFilter(QObject *watched, QEvent *event)
 {
+    if (watched == ui->tvu->viewport()) {
+        if (event->type() == QEvent::MouseMove)
+            treeMouseMove(static_cast<QMouseEvent *>(event)->position().toPoint());
+        else if (event->type() == QEvent::MouseButtonRelease)
+            treeMouseUp(static_cast<QMouseEvent *>(event)->button(), static_cast<QMouseEvent *>(event)->position().toPoint());
+    }
     if (event->type() == QEvent::Resize && (watched == ui->horBalancer || watched == ui->verBalancer)
         && !isMinimized())
         layoutPanes();
@@ -127,8 +171,10 @@ bool frmMain::eventFilter(QObject *watched, QEvent *event)
 
 void frmMain::SetQueryControl(QObject *control)
 {
-    if (isQueryControl(control))
+    if (isQueryControl(control)) {
         m_queryControl = static_cast<Tamberline *>(control);
+        m_properties.setControl(m_queryControl);
+    }
 }
 
 void frmMain::EditQuery()
@@ -351,11 +397,107 @@ void frmMain::SelectNodeForSelection()
 
 void frmMain::selectNode(QTreeWidgetItem *node)
 {
+    const QScopedValueRollback selecting(m_selectingNode, true);
     for (QTreeWidgetItem *parent = node->parent(); parent; parent = parent->parent())
         parent->setExpanded(true);
     ui->tvu->setCurrentItem(node);
     node->setSelected(true);
     ui->tvu->scrollToItem(node);
+}
+
+void frmMain::selectElementNode(int sourceIndex)
+{
+    runHandler(this, HandlerOrigin::Internal, [&] {
+        selectNode(m_tree.node(nodeKey(sourceIndex)));
+        m_properties.ShowNodeProperties(m_hdoc.get(), sourceIndex);
+    });
+}
+
+int frmMain::elementOf(const QTreeWidgetItem *node) const
+{
+    if (!m_hdoc)
+        throw RuntimeError(ErrorNumber::ObjectRequired);
+    const QString key = NodeTree::keyOf(node);
+    const int index = key == RootKey ? m_hdoc->documentElement() : numberFromKey(key);
+    if (index < 0 || index >= m_hdoc->length())
+        throw RuntimeError(ErrorNumber::InvalidCall);
+    return index;
+}
+
+void frmMain::NodeClick(QTreeWidgetItem *node)
+{
+    m_page->clearSelection();
+    ui->lstProps->clear();
+    const int index = elementOf(node);
+    const bool root = NodeTree::keyOf(node) == RootKey;
+    m_page->scrollToElement(root ? -1 : index);
+    m_properties.ShowNodeProperties(m_hdoc.get(), index);
+    m_searchStart = root ? 0 : checkedInt16(static_cast<long long>(index) + 1);
+}
+
+void frmMain::treeMouseMove(const QPoint &position)
+{
+    const QTreeWidgetItem *node = ui->tvu->itemAt(position);
+    if (!node || !m_hdoc)
+        return;
+    runHandler(this, HandlerOrigin::Internal, [&] {
+        setStatusText(QString());
+        setStatusText(m_hdoc->item(elementOf(node)).innerText);
+    });
+}
+
+void frmMain::treeMouseUp(Qt::MouseButton button, const QPoint &position)
+{
+    if (button != Qt::RightButton)
+        return;
+    QTreeWidgetItem *node = ui->tvu->itemAt(position);
+    if (!node || node != ui->tvu->currentItem() || !node->isSelected())
+        return; // the menu acts on the selected node only
+    m_popupNodeText = statusText();
+    ui->mnu_NodeOperSetRetNode->setEnabled(false);
+    for (const QTreeWidgetItem *each : m_tree.nodesInOrder()) {
+        if (each->font(0).bold()) {
+            ui->mnu_NodeOperSetRetNode->setEnabled(true);
+            break;
+        }
+    }
+    ui->mnu_NodeOperations->popup(ui->tvu->viewport()->mapToGlobal(position));
+}
+
+QString frmMain::statusText() const
+{
+    return m_statusPanel->text();
+}
+
+void frmMain::setStatusText(const QString &text)
+{
+    m_statusPanel->setText(text);
+}
+
+void frmMain::chkShowProps_Click()
+{
+    m_properties.setShow(ui->chkShowProps_0->isChecked() ? NodePropertyList::Show::All
+                         : ui->chkShowProps_1->isChecked() ? NodePropertyList::Show::NonEmpty
+                                                           : NodePropertyList::Show::None);
+    const QTreeWidgetItem *node = ui->tvu->currentItem();
+    if (!node || !node->isSelected() || !m_hdoc)
+        return;
+    runHandler(this, HandlerOrigin::User, [&] {
+        const int index = numberFromKey(NodeTree::keyOf(node));
+        if (index < 0 || index >= m_hdoc->length())
+            throw RuntimeError(ErrorNumber::InvalidCall);
+        m_properties.ShowNodeProperties(m_hdoc.get(), index);
+    });
+}
+
+void frmMain::cmdEditProps_Click()
+{
+    runHandler(this, HandlerOrigin::User, [this] {
+        if (!m_queryControl)
+            throw RuntimeError(ErrorNumber::ObjectRequired);
+        if (EditAttributeFilters(*m_queryControl))
+            chkShowProps_Click();
+    });
 }
 
 namespace {
@@ -404,6 +546,7 @@ void frmMain::resizeEvent(QResizeEvent *event)
 
 void frmMain::layoutPanes()
 {
+    runHandler(this, HandlerOrigin::Internal, [this] { m_properties.ShowNodeProperties(m_hdoc.get(), -1); });
     m_ratios.resetUnset();
     const int width = ui->horBalancer->width();
     const int browser = int(float(width) * m_ratios.horizontal);

@@ -1,7 +1,9 @@
 #pragma once
 
 #include "addresshistory.h"
+#include "control/tamberlinecontrol.h"
 #include "navigationpermission.h"
+#include "nodepropertylist.h"
 #include "nodetree.h"
 #include "paneratios.h"
 #include "windowplacement.h"
@@ -19,7 +21,6 @@ class QTimer;
 class QWebEngineLoadingInfo;
 class QTreeWidgetItem;
 class ProgressStrip;
-class Tamberline;
 class WebPage;
 struct PageParserFields;
 
@@ -58,6 +59,20 @@ public:
     void setStopRequested(bool requested) { m_stopRequested = requested; }
     WebPage *page() const { return m_page; }
 
+    // Where the next text search begins in the document's elements.
+    int16_t SearchStart() const { return m_searchStart; }
+    void setSearchStart(int16_t start) { m_searchStart = start; }
+    // The status text when the node operations menu was opened.
+    QString PopupNodeText() const { return m_popupNodeText; }
+    QString statusText() const;
+    NodePropertyList &properties() { return m_properties; }
+
+    // A node picked in the tree: its element is scrolled into view and its attributes listed.
+    void NodeClick(QTreeWidgetItem *node);
+    // Shows the attributes again, for the selected node, with the "All"/"NE" choice.
+    void chkShowProps_Click();
+    void cmdEditProps_Click();
+
     // Adds an element with its text nodes under the node "K" + parentNumber.
     void AddElementBranch(int element, int16_t parentNumber);
     // Selects the node of the element that holds the page's selection.
@@ -90,6 +105,12 @@ private:
     void writeQueryBack();
     PageParserFields fields() const;
     void selectNode(QTreeWidgetItem *node);
+    void selectElementNode(int sourceIndex);
+    void treeMouseMove(const QPoint &position);
+    void treeMouseUp(Qt::MouseButton button, const QPoint &position);
+    void setStatusText(const QString &text);
+    // The element behind a node: its sourceIndex, or the document element for the root.
+    int elementOf(const QTreeWidgetItem *node) const;
     void setAddressBox(const AddressBox &box);
     AddressBox addressBox() const;
 
@@ -99,6 +120,7 @@ private:
     ProgressStrip *m_progress = nullptr;
     QTimer *m_todoSequencer = nullptr;
     NodeTree m_tree;
+    NodePropertyList m_properties;
     QPointer<Tamberline> m_queryControl;
     NavigationPermission m_permission;
     PaneRatios m_ratios;
@@ -110,4 +132,7 @@ private:
     bool m_stopRequested = false;
     bool m_placementRestored = false;
     int16_t m_branchNodeCount = 0;
+    int16_t m_searchStart = 0;
+    QString m_popupNodeText;
+    bool m_selectingNode = false;
 };

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "control/tamberlinecontrol.h"
 #include "platform/document.h"
 
 #include <QIcon>
@@ -7,7 +8,6 @@
 
 class QTreeWidget;
 class QTreeWidgetItem;
-class Tamberline;
 
 // The attribute list `lstProps` of the Page Parser: the selected element's attributes, three
 // rows about the element itself, and a row for every filter the element does not carry. The

@@ -1,6 +1,7 @@
 #include "webpage.h"
 
 #include "browsersnapshot.h"
+#include "pagebridge.h"
 
 #include <QCoreApplication>
 #include <QFile>
@@ -8,6 +9,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QPointer>
+#include <QWebChannel>
 #include <QWebEngineProfile>
 #include <QWebEngineScriptCollection>
 #include <QWebEngineSettings>
@@ -16,12 +18,20 @@
 
 namespace {
 
+QString resourceText(const QString &path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        qFatal("%s is missing from the resources", qPrintable(path));
+    return QString::fromUtf8(file.readAll());
+}
+
+// The channel's client first, then the application's script that uses it, as one script so
+// their order is certain.
 QString bridgeSource()
 {
-    QFile file(QStringLiteral(":/tamberline/js/pagebridge.js"));
-    if (!file.open(QIODevice::ReadOnly))
-        qFatal("the page bridge script is missing from the resources");
-    return QString::fromUtf8(file.readAll());
+    return resourceText(QStringLiteral(":/qtwebchannel/qwebchannel.js")) + u'\n'
+           + resourceText(QStringLiteral(":/tamberline/js/pagebridge.js"));
 }
 
 void lockDown(QWebEngineSettings *settings)
@@ -64,8 +74,12 @@ QWebEngineProfile *WebPage::sharedProfile()
 
 WebPage::WebPage(QObject *parent)
     : QWebEnginePage(sharedProfile(), parent)
+    , m_bridge(new PageBridge(this))
 {
     lockDown(settings());
+    auto *channel = new QWebChannel(this);
+    channel->registerObject(QStringLiteral("pageEvents"), m_bridge);
+    setWebChannel(channel, SafeJsWorld);
 }
 
 bool WebPage::isAllowedScheme(const QString &scheme)

@@ -7,6 +7,7 @@
 
 #include <functional>
 
+class PageBridge;
 class QWebEngineProfile;
 
 // Limits of one snapshot: a page over them is read in part and marked as cut.
@@ -48,6 +49,9 @@ public:
     void scrollToElement(int sourceIndex);
     void clearSelection();
 
+    // Reports the user's pointer, double clicks and selection in the page.
+    PageBridge *bridge() const { return m_bridge; }
+
     static bool isAllowedScheme(const QString &scheme);
     static QWebEngineProfile *sharedProfile();
 
@@ -61,6 +65,7 @@ private:
     void callBridge(const QString &function, const QJsonArray &arguments, std::function<void(const QVariant &)> done = {});
 
     NavigationGuard m_guard;
+    PageBridge *m_bridge;
 };
 
 // Why the browser engine cannot start here, or empty when it can: as root its sandbox fails

@@ -25,9 +25,54 @@
     const getElementsByTagName = Document.prototype.getElementsByTagName;
     const scrollIntoView = Element.prototype.scrollIntoView;
 
-    function allElements() {
-        return getElementsByTagName.call(document, '*');
+    const elementFromPoint = Document.prototype.elementFromPoint;
+    const preventDefault = Event.prototype.preventDefault;
+    const addEventListener = EventTarget.prototype.addEventListener;
+
+    const documentElementOf = getter(Document.prototype, 'documentElement');
+    const titleOf = getter(Document.prototype, 'title');
+
+    // Element to sourceIndex and back, as of the last snapshot: elements added since have none.
+    let indexOf = new Map();
+    let elementAt = [];
+    let bridge = null;
+
+    function indexFor(element) {
+        const index = element ? indexOf.get(element) : undefined;
+        return index === undefined ? -1 : index;
     }
+
+    function selectionIndex() {
+        const selection = window.getSelection();
+        if (!selection || selection.rangeCount === 0)
+            return -1;
+        let node = selection.getRangeAt(0).commonAncestorContainer;
+        if (nodeTypeOf.call(node) !== Node.ELEMENT_NODE)
+            node = parentElementOf.call(node);
+        return indexFor(node);
+    }
+
+    // Only what the user did counts: events a page script makes up are not trusted.
+    function listen(type, handler) {
+        addEventListener.call(document, type, (event) => {
+            // isTrusted lives on the event itself and cannot be forged.
+            if (bridge && event.isTrusted)
+                handler(event);
+        }, true);
+    }
+
+    listen('mouseover', (event) => {
+        bridge.pointerOver(indexFor(elementFromPoint.call(document, event.clientX, event.clientY)));
+    });
+    listen('mouseout', () => bridge.pointerOut());
+    listen('dblclick', (event) => {
+        bridge.doubleClicked(selectionIndex());
+        preventDefault.call(event);
+    });
+    listen('selectionchange', () => bridge.selectionChanged(selectionIndex()));
+
+    if (typeof QWebChannel === 'function' && typeof qt === 'object' && qt.webChannelTransport)
+        new QWebChannel(qt.webChannelTransport, (channel) => { bridge = channel.objects.pageEvents; });
 
     // innerText is an HTML element's; other elements (SVG, MathML) give their text content.
     function renderedText(element) {
@@ -42,7 +87,8 @@
             // One walk over elements and text nodes in document order: the same elements, in the
             // same order, as getElementsByTagName('*').
             const walker = createTreeWalker.call(document, document, NodeFilter.SHOW_ELEMENT | NodeFilter.SHOW_TEXT);
-            const indexOf = new Map();
+            indexOf = new Map();
+            elementAt = [];
             const elements = [];
             let textBudget = limits.maxTextChars;
             let cut = false;
@@ -64,6 +110,7 @@
                     break;
                 }
                 indexOf.set(node, index);
+                elementAt.push(node);
                 if (parent !== undefined)
                     elements[parent][5].push(index);
                 const attributes = [];
@@ -86,22 +133,16 @@
                 textBudget -= text.length;
                 elements.push([tagNameOf.call(node), parent === undefined ? -1 : parent, id, text, attributes, []]);
             }
-            return JSON.stringify({ url: location.href, title: document.title, cut, cutReason, elements });
+            return JSON.stringify({ url: location.href, title: titleOf.call(document), cut, cutReason, elements });
         },
 
         // The index of the element that holds the selection or the caret, or -1.
         selectionElement() {
-            const selection = window.getSelection();
-            if (!selection || selection.rangeCount === 0)
-                return -1;
-            let node = selection.getRangeAt(0).commonAncestorContainer;
-            if (nodeTypeOf.call(node) !== Node.ELEMENT_NODE)
-                node = parentElementOf.call(node);
-            return node ? Array.prototype.indexOf.call(allElements(), node) : -1;
+            return selectionIndex();
         },
 
         scrollTo(index) {
-            const element = index < 0 ? document.documentElement : allElements()[index];
+            const element = index < 0 ? documentElementOf.call(document) : elementAt[index];
             if (element)
                 scrollIntoView.call(element);
         },
