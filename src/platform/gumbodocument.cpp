@@ -1,0 +1,181 @@
+#include "gumbodocument.h"
+
+#include "asciiwhitespace.h"
+#include "gumboarena.h"
+#include "gumboparse.h"
+#include "gumbotreereader.h"
+#include "nestingscan.h"
+#include "pagereaderror.h"
+#include "renderedtext.h"
+
+#include <QCoreApplication>
+#include <QLocale>
+#include <QTextBoundaryFinder>
+
+namespace {
+
+// The browser splits longer runs of text into several text nodes, except in scripts and styles.
+constexpr qsizetype kTextNodeLimit = 65536;
+
+QString number(qint64 value)
+{
+    return QLocale(QLocale::English).toString(value);
+}
+
+QString translated(const char *text)
+{
+    return QCoreApplication::translate("parseHtmlDocument", text);
+}
+
+// Scripting is on in the browser, so a noscript element holds its content as raw text; gumbo is
+// given the element empty and the text is put back afterwards.
+QByteArray withoutNoscriptContent(QByteArrayView html, const NestingScan::Result &scan,
+                                  QHash<qsizetype, QString> &noscriptTexts)
+{
+    QByteArray result;
+    result.reserve(html.size());
+    qsizetype copied = 0;
+    for (const NestingScan::RawText &raw : scan.noscripts) {
+        const qsizetype removed = copied - result.size();
+        result.append(html.sliced(copied, raw.contentBegin - copied));
+        QString text = QString::fromUtf8(html.sliced(raw.contentBegin, raw.contentEnd - raw.contentBegin));
+        text.replace(QStringLiteral("\r\n"), QStringLiteral("\n"));
+        text.replace(u'\r', u'\n');
+        text.replace(QChar(0), QChar::ReplacementCharacter);
+        noscriptTexts.insert(raw.tagStart - removed, text);
+        copied = raw.contentEnd;
+    }
+    result.append(html.sliced(copied));
+    return result;
+}
+
+QString collapsedTitle(const PageTree &tree)
+{
+    for (size_t i = 0; i < tree.nodes.size(); ++i) {
+        if (!tree.isHtml(int(i), u"title"))
+            continue;
+        QString text;
+        for (const int child : tree.nodes[i].children) {
+            if (PageTree::isText(child))
+                text += tree.texts[size_t(PageTree::textIndex(child))];
+        }
+        return stripAndCollapseAsciiWhitespace(text);
+    }
+    return {};
+}
+
+bool keepsLongText(const PageTree::Node &node)
+{
+    return node.localName == u"script" || (node.ns == PageTree::Namespace::Html && node.localName == u"style");
+}
+
+void appendText(QList<Document::ChildNode> &children, const QString &text, bool split)
+{
+    if (!split || text.size() <= kTextNodeLimit) {
+        children.append(Document::ChildNode{-1, text});
+        return;
+    }
+    // Splits fall between characters as the user sees them, unless all are Latin-1.
+    const bool latin1 = std::all_of(text.cbegin(), text.cend(), [](QChar c) { return c.unicode() <= 0xff; });
+    for (qsizetype begin = 0; begin < text.size();) {
+        qsizetype end = std::min(begin + kTextNodeLimit, text.size());
+        if (!latin1 && end < text.size()) {
+            const qsizetype window = std::max(begin, end - 32);
+            QTextBoundaryFinder graphemes(QTextBoundaryFinder::Grapheme,
+                                          QStringView(text).sliced(window, std::min(text.size(), end + 2) - window));
+            graphemes.setPosition(end - window);
+            if (!graphemes.isAtBoundary()) {
+                const qsizetype previous = graphemes.toPreviousBoundary();
+                if (previous > 0 && window + previous > begin)
+                    end = window + previous;
+            }
+        }
+        children.append(Document::ChildNode{-1, text.mid(begin, end - begin)});
+        begin = end;
+    }
+}
+
+// The input as gumbo should see it: valid UTF-8 without a byte order mark.
+QByteArrayView validUtf8(const QByteArray &html, QByteArray &storage)
+{
+    QByteArrayView input(html);
+    if (input.startsWith("\xEF\xBB\xBF"))
+        input = input.sliced(3);
+    if (input.isValidUtf8())
+        return input;
+    storage = QString::fromUtf8(input).toUtf8();
+    return storage;
+}
+
+PageTree readTree(QByteArrayView input, const NestingScan::Result &scan, const ParseLimits &limits)
+{
+    if (scan.cutAt >= 0)
+        input = input.first(scan.cutAt);
+    QHash<qsizetype, QString> noscriptTexts;
+    QByteArray prepared;
+    if (!scan.noscripts.isEmpty()) {
+        prepared = withoutNoscriptContent(input, scan, noscriptTexts);
+        input = prepared;
+    }
+    GumboArena arena;
+    GumboOptions options = kGumboDefaultOptions;
+    arena.install(options);
+    options.max_errors = limits.maxErrors;
+    QString failure;
+    const GumboOutput *output = runGumbo(options, input, &failure);
+    if (!output)
+        throw PageReadError(translated("the parser failed on this page (%1)").arg(failure));
+    return GumboTreeReader::read(*output, input.data(), noscriptTexts, limits.maxElements);
+}
+
+Document::Element takeElement(PageTree &tree, int index, QString innerText)
+{
+    PageTree::Node &node = tree.nodes[size_t(index)];
+    Document::Element element;
+    element.tagName = std::move(node.tagName);
+    element.parent = node.parent;
+    element.id = tree.attribute(index, u"id");
+    element.innerText = std::move(innerText);
+    element.children.reserve(qsizetype(node.children.size()));
+    const bool split = !keepsLongText(node);
+    for (const int child : node.children) {
+        if (PageTree::isText(child))
+            appendText(element.children, tree.texts[size_t(PageTree::textIndex(child))], split);
+        else
+            element.children.append(Document::ChildNode{child, {}});
+    }
+    element.attributes = std::move(node.attributes);
+    return element;
+}
+
+} // namespace
+
+DocumentPtr parseHtmlDocument(const QByteArray &html, const QString &url, const ParseLimits &limits)
+{
+    if (html.size() > limits.maxInputBytes) {
+        throw PageReadError(translated("the page is %1 bytes long; at most %2 can be read")
+                                .arg(number(html.size()), number(limits.maxInputBytes)));
+    }
+    QByteArray storage;
+    const QByteArrayView input = validUtf8(html, storage);
+    const NestingScan::Result scan = NestingScan::run(input, limits.maxElements);
+    if (scan.depth > limits.maxDepth) {
+        throw PageReadError(translated("the page nests elements %1 deep; at most %2 can be read")
+                                .arg(number(scan.depth), number(limits.maxDepth)));
+    }
+    PageTree tree = readTree(input, scan, limits);
+    std::vector<QString> innerTexts = RenderedText::innerTexts(tree, limits.maxInnerTextChars);
+
+    auto document = std::make_shared<Document>();
+    document->url = url;
+    document->title = collapsedTitle(tree);
+    if (tree.cut || scan.cutAt >= 0) {
+        document->cut = true;
+        document->cutReason = translated("the page has more than %1 elements; the first %1 were read")
+                                  .arg(number(limits.maxElements));
+    }
+    document->elements.reserve(qsizetype(tree.nodes.size()));
+    for (size_t i = 0; i < tree.nodes.size(); ++i)
+        document->elements.append(takeElement(tree, int(i), std::move(innerTexts[i])));
+    return document;
+}

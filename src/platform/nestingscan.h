@@ -1,0 +1,90 @@
+#pragma once
+
+#include <QByteArray>
+#include <QByteArrayView>
+#include <QHash>
+#include <QList>
+
+#include <vector>
+
+// A linear estimate of how deep gumbo will nest a page's elements, made before gumbo runs:
+// gumbo walks its whole stack of open elements for most start tags, so tens of thousands of
+// unclosed elements take it minutes. The tokenizer is modelled closely (tags, quoted
+// attributes, comments, raw text); the tree builder coarsely (void and self-closing elements,
+// end tags popping to their element, the usual implied end tags, tables and foreign content).
+// Active formatting elements are not reopened, so misnested formatting can nest deeper than
+// estimated.
+class NestingScan
+{
+public:
+    // A <noscript> start tag and its content: scripting is on in the browser, so the content is
+    // one text node there, while gumbo parses it as markup.
+    struct RawText {
+        qsizetype tagStart = 0;
+        qsizetype contentBegin = 0;
+        qsizetype contentEnd = 0;
+    };
+
+    struct Result {
+        int depth = 0;           // deepest estimated nesting, the html element counted as 1
+        qsizetype startTags = 0; // start tags before the cut
+        qsizetype cutAt = -1;    // offset of the first start tag past the cap, or -1
+        QList<RawText> noscripts;
+    };
+
+    static Result run(QByteArrayView html, qsizetype maxStartTags);
+
+private:
+    enum class Space : quint8 { Html, Svg, MathMl };
+    struct Entry {
+        int name;
+        Space space;
+        quint8 categories;
+    };
+    struct Tag {
+        int name = -1;
+        bool selfClosing = false;
+        qsizetype end = -1; // after the '>', or -1 when the input ends inside the tag
+    };
+
+    NestingScan(QByteArrayView html, qsizetype maxStartTags);
+    void scan();
+
+    qsizetype startTag(qsizetype at);
+    qsizetype endTag(qsizetype at);
+    qsizetype markupDeclaration(qsizetype at);
+    Tag readTag(qsizetype nameBegin);
+    int nameId();
+    qsizetype findEndTag(qsizetype from, int name) const;
+    qsizetype skipPast(qsizetype from, char c) const;
+
+    bool useHtmlRules(int name) const;
+    qsizetype htmlStartTag(int name, bool selfClosing, qsizetype tagStart, qsizetype tagEnd);
+    bool selectStartTag(int name);
+    bool tableStartTag(int name);
+    void htmlEndTag(int name);
+    void foreignEndTag(int name);
+
+    void push(int name, Space space);
+    void pop();
+    void popTo(int position);
+    int lastPosition(int name) const;
+    int topOf(int category) const;
+    bool inScope(int name, int category) const;
+    int topName() const { return m_stack.back().name; }
+    bool isIntegrationPoint(const Entry &entry) const;
+    int tableContext() const;
+    bool inSelect() const;
+    void generateImpliedEndTags(int except);
+
+    const char *m_data;
+    qsizetype m_size;
+    qsizetype m_maxStartTags;
+    Result m_result;
+    std::vector<Entry> m_stack;
+    std::vector<std::vector<int>> m_positions; // per name, where it is open, innermost last
+    std::vector<int> m_categories[7];
+    QHash<QByteArray, int> m_otherNames;
+    QByteArray m_name;
+    bool m_formOpen = false;
+};

@@ -1,0 +1,6 @@
+#include "pagereaderror.h"
+
+PageReadError::PageReadError(const QString &description)
+    : RuntimeError(ErrorNumber::Overflow, description)
+{
+}
