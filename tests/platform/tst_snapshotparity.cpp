@@ -1,0 +1,117 @@
+#include "platform/gumbodocument.h"
+#include "platform/webpage.h"
+
+#include <QDir>
+#include <QRegularExpression>
+#include <QWebEngineView>
+#include <QtTest>
+
+namespace {
+
+// Pages that are not static, and why: a static reader cannot see what their scripts do.
+const QHash<QString, QString> notStatic{
+    {QStringLiteral("hostile.html"), QStringLiteral("its script rewrites its paragraphs once loaded")},
+};
+
+QString collapsed(const QString &text)
+{
+    static const QRegularExpression spaces(QStringLiteral("\\s+"));
+    return QString(text).replace(spaces, QStringLiteral(" ")).trimmed();
+}
+
+QString describe(const Document::Element &element)
+{
+    QStringList attributes;
+    for (const Document::Attribute &attribute : element.attributes)
+        attributes.append(attribute.name + u'=' + attribute.value);
+    QStringList children;
+    for (const Document::ChildNode &child : element.children)
+        children.append(child.isElement() ? QString::number(child.element) : u'"' + child.text + u'"');
+    return QStringLiteral("%1 parent %2 id '%3' [%4] {%5}")
+        .arg(element.tagName)
+        .arg(element.parent)
+        .arg(element.id, attributes.join(u' '), children.join(u','));
+}
+
+} // namespace
+
+class tst_SnapshotParity : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void sameSnapshotBothWays_data();
+    void sameSnapshotBothWays();
+
+private:
+    DocumentPtr browserSnapshot(const QString &path);
+
+    WebPage *m_page = nullptr;
+    std::unique_ptr<QWebEngineView> m_view;
+};
+
+void tst_SnapshotParity::initTestCase()
+{
+    m_view = std::make_unique<QWebEngineView>();
+    m_page = new WebPage(m_view.get());
+    m_view->setPage(m_page);
+    m_view->resize(1024, 768);
+    m_view->show();
+}
+
+DocumentPtr tst_SnapshotParity::browserSnapshot(const QString &path)
+{
+    QSignalSpy loaded(m_page, &QWebEnginePage::loadFinished);
+    m_page->load(QUrl::fromLocalFile(path));
+    if (!loaded.wait(20000))
+        return nullptr;
+    DocumentPtr document;
+    bool done = false;
+    m_page->requestSnapshot([&](DocumentPtr result) {
+        document = result;
+        done = true;
+    });
+    QTest::qWaitFor([&] { return done; }, 20000);
+    return document;
+}
+
+void tst_SnapshotParity::sameSnapshotBothWays_data()
+{
+    QTest::addColumn<QString>("path");
+    for (const QString &folder : {QStringLiteral(TAMBERLINE_TEST_DATA "/pages"), QStringLiteral(TAMBERLINE_EXAMPLES_DIR)}) {
+        const QDir dir(folder);
+        for (const QString &name : dir.entryList({QStringLiteral("*.html")}, QDir::Files))
+            QTest::newRow(qPrintable(name)) << dir.filePath(name);
+    }
+}
+
+void tst_SnapshotParity::sameSnapshotBothWays()
+{
+    QFETCH(QString, path);
+    const QString name = QFileInfo(path).fileName();
+    if (notStatic.contains(name))
+        QSKIP(qPrintable(notStatic.value(name)));
+    const DocumentPtr live = browserSnapshot(path);
+    QVERIFY(live);
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    const DocumentPtr parsed = parseHtmlDocument(file.readAll(), QUrl::fromLocalFile(path).toString());
+
+    QCOMPARE(parsed->title, live->title);
+    QCOMPARE(parsed->length(), live->length());
+    for (int i = 0; i < live->length(); ++i) {
+        const Document::Element &a = live->item(i);
+        const Document::Element &b = parsed->item(i);
+        QVERIFY2(describe(a) == describe(b), qPrintable(QStringLiteral("element %1\n  browser: %2\n  gumbo:   %3")
+                                                            .arg(i)
+                                                            .arg(describe(a), describe(b))));
+        QVERIFY2(collapsed(a.innerText) == collapsed(b.innerText),
+                 qPrintable(QStringLiteral("innerText of element %1 (%2)\n  browser: %3\n  gumbo:   %4")
+                                .arg(i)
+                                .arg(a.tagName, collapsed(a.innerText), collapsed(b.innerText))));
+    }
+}
+
+QTEST_MAIN(tst_SnapshotParity)
+#include "tst_snapshotparity.moc"
