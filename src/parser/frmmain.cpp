@@ -152,6 +152,9 @@ frmMain::~frmMain()
 bool frmMain::eventFilter(QObject *watched, QEvent *event)
 {
     if (watched == ui->tvu->viewport()) {
+        // A right click leaves the selection alone: the menu is for the node already selected.
+        if (event->type() == QEvent::MouseButtonPress && static_cast<QMouseEvent *>(event)->button() == Qt::RightButton)
+            return true;
         if (event->type() == QEvent::MouseMove)
             treeMouseMove(static_cast<QMouseEvent *>(event)->position().toPoint());
         else if (event->type() == QEvent::MouseButtonRelease)

@@ -1,5 +1,6 @@
 #include "control/tamberlinecontrol.h"
 #include "freshquery.h"
+#include "parserdriver.h"
 #include "parser/frmmain.h"
 #include "parser/nodetree.h"
 #include "scripteddialogs.h"
@@ -16,53 +17,6 @@
 #include <QtTest>
 
 namespace {
-
-QString pageUrl(const QString &name)
-{
-    return QUrl::fromLocalFile(QStringLiteral(TAMBERLINE_TEST_DATA "/pages/") + name).toString();
-}
-
-frmMain *parserOf(QWidget *window)
-{
-    auto *parser = qobject_cast<frmMain *>(window);
-    if (!parser)
-        qWarning("the modal window is not the Page Parser");
-    return parser;
-}
-
-// Waits until the start-up queue ran and the page's tree is built.
-bool waitForPage(frmMain *parser)
-{
-    return QTest::qWaitFor([&] { return parser->actionQueue().isEmpty() && parser->isDocumentComplete()
-                                        && parser->nodeTree().count() > 1; },
-                           20000);
-}
-
-// Opens the Page Parser through the control and runs the test's steps on it once its page is
-// there; the steps must close it.
-bool editWithParser(Tamberline &control, ScriptedDialogs &script, const std::function<void(frmMain *)> &steps,
-                    bool waitForTree = true)
-{
-    script.onModal([&](QWidget *window) {
-        frmMain *parser = parserOf(window);
-        QVERIFY(parser);
-        if (waitForTree)
-            QVERIFY(waitForPage(parser));
-        steps(parser);
-    });
-    return control.EditQueryItem();
-}
-
-template <typename T>
-T *child(QWidget *window, const char *name)
-{
-    return window->findChild<T *>(QString::fromLatin1(name));
-}
-
-void click(QWidget *window, const char *button)
-{
-    QTest::mouseClick(child<QPushButton>(window, button), Qt::LeftButton);
-}
 
 QString textOf(const DocumentPtr &document, const QString &id)
 {
@@ -131,7 +85,7 @@ void tst_PageParser::opensOnTheQueryPage()
 {
     ScriptedDialogs script;
     Tamberline control;
-    control.setUrl1(pageUrl(QStringLiteral("simple.html")));
+    control.setUrl1(testPageUrl(QStringLiteral("simple.html")));
     control.setAllowNav2(true);
     control.setSearchText(QStringLiteral("Pears"));
     control.setNodeOffset(1);
@@ -147,7 +101,7 @@ void tst_PageParser::opensOnTheQueryPage()
         auto *box = child<QComboBox>(parser, "cmboUrl");
         for (int i = 0; i < box->count(); ++i)
             history.append(box->itemText(i));
-        click(parser, "cmdClose");
+        clickButton(parser, "cmdClose");
     });
     QVERIFY(result);
     QVERIFY2(script.done(), qPrintable(script.pending()));
@@ -156,14 +110,14 @@ void tst_PageParser::opensOnTheQueryPage()
     QCOMPARE(offset, QStringLiteral("1"));
     QCOMPARE(tags.mid(0, 6), (QStringList{QStringLiteral("RootKey:Document"), QStringLiteral("K0:HTML"), QStringLiteral("K1:HEAD"),
                                           QStringLiteral("K2:TITLE"), QStringLiteral("K3:BODY"), QStringLiteral("K4:H1")}));
-    QCOMPARE(history, QStringList{pageUrl(QStringLiteral("simple.html"))});
+    QCOMPARE(history, QStringList{testPageUrl(QStringLiteral("simple.html"))});
 }
 
 void tst_PageParser::withoutNavigationThePageStaysEmpty()
 {
     ScriptedDialogs script;
     Tamberline control;
-    control.setUrl1(pageUrl(QStringLiteral("simple.html")));
+    control.setUrl1(testPageUrl(QStringLiteral("simple.html")));
     control.setSearchText(QStringLiteral("Pears"));
     int nodes = -1;
     bool addressEnabled = true, goEnabled = true, favoritesEnabled = true;
@@ -174,7 +128,7 @@ void tst_PageParser::withoutNavigationThePageStaysEmpty()
         addressEnabled = child<QComboBox>(parser, "cmboUrl")->isEnabled();
         goEnabled = child<QPushButton>(parser, "cmdGo")->isEnabled();
         favoritesEnabled = parser->findChild<QMenu *>(QStringLiteral("mnu_Favorites"))->isEnabled();
-        click(parser, "cmdClose");
+        clickButton(parser, "cmdClose");
     }, false);
     QVERIFY(result);
     QCOMPARE(nodes, 0);
@@ -221,16 +175,16 @@ void tst_PageParser::saveKeepsUntouchedMarkers()
         shownAddress = child<QComboBox>(parser, "cmboUrl")->currentText();
         shownSearch = child<QLineEdit>(parser, "txtSearchText")->text();
         child<QLineEdit>(parser, "txtNodeOffset")->setText(QStringLiteral("4"));
-        click(parser, "cmdSave");
+        clickButton(parser, "cmdSave");
         QCOMPARE(control.NodeOffset(), 0);
         child<QLineEdit>(parser, "txtSearchText")->setText(QStringLiteral("Apple*"));
-        click(parser, "cmdSave");
+        clickButton(parser, "cmdSave");
         QVERIFY(parser->isVisible());
-        click(parser, "cmdClose");
+        clickButton(parser, "cmdClose");
     });
     QVERIFY(result);
     QVERIFY2(script.done(), qPrintable(script.pending()));
-    QCOMPARE(shownAddress, pageUrl(QStringLiteral("simple.html")));
+    QCOMPARE(shownAddress, testPageUrl(QStringLiteral("simple.html")));
     QCOMPARE(shownSearch, QStringLiteral("Pear*"));
     QVERIFY(script.messageBoxes().at(0).text.startsWith(QStringLiteral("Either the URL or the SearchText had property substitution, \r\n")));
     QCOMPARE(script.messageBoxes().at(0).style, 49);
@@ -253,7 +207,7 @@ void tst_PageParser::closeAsksAboutChangedFilters()
     QFETCH(QString, filterAfter);
     ScriptedDialogs script;
     Tamberline control;
-    control.setUrl1(pageUrl(QStringLiteral("simple.html")));
+    control.setUrl1(testPageUrl(QStringLiteral("simple.html")));
     control.setAllowNav2(true);
     // A filter that no ticked row carries counts as a change.
     control.setElemAttribs(-1, QStringLiteral("id=x"));
@@ -261,9 +215,9 @@ void tst_PageParser::closeAsksAboutChangedFilters()
     script.answerMessageBox(answer);
     bool openAfterCancel = false;
     const bool result = editWithParser(control, script, [&](frmMain *parser) {
-        click(parser, "cmdClose");
+        clickButton(parser, "cmdClose");
         openAfterCancel = parser->isVisible();
-        click(parser, "cmdClose");
+        clickButton(parser, "cmdClose");
     });
     QVERIFY(result);
     QVERIFY2(script.done(), qPrintable(script.pending()));
@@ -280,7 +234,7 @@ void tst_PageParser::exitNeverAsks()
 {
     ScriptedDialogs script;
     Tamberline control;
-    control.setUrl1(pageUrl(QStringLiteral("simple.html")));
+    control.setUrl1(testPageUrl(QStringLiteral("simple.html")));
     control.setAllowNav2(true);
     control.setElemAttribs(-1, QStringLiteral("id=x"));
     QVERIFY(editWithParser(control, script, [&](frmMain *parser) {
@@ -296,20 +250,20 @@ void tst_PageParser::refusedNavigationKeepsThePage()
 {
     ScriptedDialogs script;
     Tamberline control;
-    control.setUrl1(pageUrl(QStringLiteral("simple.html")));
+    control.setUrl1(testPageUrl(QStringLiteral("simple.html")));
     control.setAllowNav2(true);
     QUrl shown;
     int nodes = -1;
     editWithParser(control, script, [&](frmMain *parser) {
         parser->setNavigationAllowed(false);
-        child<QComboBox>(parser, "cmboUrl")->setEditText(pageUrl(QStringLiteral("hostile.html")));
-        click(parser, "cmdGo");
+        child<QComboBox>(parser, "cmboUrl")->setEditText(testPageUrl(QStringLiteral("hostile.html")));
+        clickButton(parser, "cmdGo");
         QTest::qWait(1000);
         shown = parser->page()->url();
         nodes = parser->nodeTree().count();
         parser->findChild<QAction *>(QStringLiteral("mnu_Exit"))->trigger();
     });
-    QCOMPARE(shown, QUrl(pageUrl(QStringLiteral("simple.html"))));
+    QCOMPARE(shown, QUrl(testPageUrl(QStringLiteral("simple.html"))));
     QCOMPARE(nodes, 0); // Go cleared the tree and no page came to fill it
 }
 
@@ -317,7 +271,7 @@ void tst_PageParser::pageScriptsAreLockedOut()
 {
     ScriptedDialogs script;
     Tamberline control;
-    control.setUrl1(pageUrl(QStringLiteral("hostile.html")));
+    control.setUrl1(testPageUrl(QStringLiteral("hostile.html")));
     control.setAllowNav2(true);
     DocumentPtr document;
     editWithParser(control, script, [&](frmMain *parser) {
@@ -328,6 +282,7 @@ void tst_PageParser::pageScriptsAreLockedOut()
     QCOMPARE(textOf(document, QStringLiteral("read")), QStringLiteral("refused"));
     QCOMPARE(textOf(document, QStringLiteral("open")), QStringLiteral("no window"));
     QCOMPARE(textOf(document, QStringLiteral("bridge")), QStringLiteral("undefined"));
+    QCOMPARE(textOf(document, QStringLiteral("channel")), QStringLiteral("undefined undefined"));
 }
 
 void tst_PageParser::tooManyElementsAreReported()
@@ -356,7 +311,7 @@ void tst_PageParser::framesCompleteOnce()
 {
     ScriptedDialogs script;
     Tamberline control;
-    control.setUrl1(pageUrl(QStringLiteral("simple.html")));
+    control.setUrl1(testPageUrl(QStringLiteral("simple.html")));
     control.setAllowNav2(true);
     int completions = 0, loads = 0;
     QStringList tags;
@@ -372,7 +327,7 @@ void tst_PageParser::framesCompleteOnce()
         for (QTreeWidgetItem *node : parser->nodeTree().nodesInOrder())
             tags.append(node->text(0));
         // Enter on an address from the history is one Go too, not two.
-        box->setEditText(pageUrl(QStringLiteral("simple.html")));
+        box->setEditText(testPageUrl(QStringLiteral("simple.html")));
         QTest::keyClick(box->lineEdit(), Qt::Key_Return);
         QVERIFY(completed.wait(20000));
         QTest::qWait(500);
@@ -391,7 +346,7 @@ void tst_PageParser::selectionSelectsItsNode()
 {
     ScriptedDialogs script;
     Tamberline control;
-    control.setUrl1(pageUrl(QStringLiteral("simple.html")));
+    control.setUrl1(testPageUrl(QStringLiteral("simple.html")));
     control.setAllowNav2(true);
     QString selectedKey;
     editWithParser(control, script, [&](frmMain *parser) {

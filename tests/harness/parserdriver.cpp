@@ -1,0 +1,74 @@
+#include "parserdriver.h"
+
+#include "control/tamberlinecontrol.h"
+#include "parser/frmmain.h"
+#include "platform/webpage.h"
+#include "scripteddialogs.h"
+
+#include <QAction>
+#include <QPushButton>
+#include <QTreeWidget>
+#include <QtTest>
+
+QString testPageUrl(const QString &name)
+{
+    return QUrl::fromLocalFile(QStringLiteral(TAMBERLINE_TEST_DATA "/pages/") + name).toString();
+}
+
+bool editWithParser(Tamberline &control, ScriptedDialogs &script, const std::function<void(frmMain *)> &steps,
+                    bool waitForTree)
+{
+    script.onModal([&](QWidget *window) {
+        auto *parser = qobject_cast<frmMain *>(window);
+        QVERIFY2(parser, "the modal window is not the Page Parser");
+        if (waitForTree) {
+            QVERIFY(QTest::qWaitFor([&] { return parser->actionQueue().isEmpty() && parser->isDocumentComplete()
+                                                 && parser->nodeTree().count() > 1; },
+                                    20000));
+        }
+        steps(parser);
+    });
+    return control.EditQueryItem();
+}
+
+void clickButton(QWidget *window, const char *button)
+{
+    QTest::mouseClick(child<QPushButton>(window, button), Qt::LeftButton);
+}
+
+void triggerMenu(QWidget *window, const char *action)
+{
+    child<QAction>(window, action)->trigger();
+}
+
+int elementWithId(const DocumentPtr &document, const QString &id)
+{
+    for (int i = 0; document && i < document->length(); ++i) {
+        if (document->item(i).id == id)
+            return i;
+    }
+    return -1;
+}
+
+void clickNode(frmMain *parser, QTreeWidgetItem *node, Qt::MouseButton button)
+{
+    auto *tree = child<QTreeWidget>(parser, "tvu");
+    for (QTreeWidgetItem *parent = node->parent(); parent; parent = parent->parent())
+        parent->setExpanded(true);
+    tree->scrollToItem(node);
+    const QPoint centre = tree->visualItemRect(node).center();
+    QTest::mouseMove(tree->viewport(), centre);
+    QTest::mouseClick(tree->viewport(), button, {}, centre);
+}
+
+QVariant runInPage(frmMain *parser, const QString &script)
+{
+    QVariant result;
+    bool done = false;
+    parser->page()->runJavaScript(script, WebPage::UnsafeJsWorld, [&](const QVariant &value) {
+        result = value;
+        done = true;
+    });
+    QTest::qWaitFor([&] { return done; }, 10000);
+    return result;
+}
