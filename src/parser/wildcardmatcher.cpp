@@ -24,14 +24,23 @@ size_t qHash(const CallKey &key, size_t seed = 0)
 class Evaluation
 {
 public:
-    Evaluation(QStringView text, const WildcardPattern &tokens)
+    Evaluation(QStringView text, const WildcardMatcher::Prepared &pattern)
         : m_text(text)
-        , m_pattern(tokens.pattern)
-        , m_star(tokens.starToken)
-        , m_any(tokens.anyToken)
-        , m_nextStar(nextOccurrences(m_pattern, m_star))
-        , m_nextAny(nextOccurrences(m_pattern, m_any))
+        , m_pattern(pattern.tokens.pattern)
+        , m_star(pattern.tokens.starToken)
+        , m_any(pattern.tokens.anyToken)
+        , m_nextStar(pattern.nextStar)
+        , m_nextAny(pattern.nextAny)
     {
+    }
+
+    // For every pattern position, where the token next occurs at or after it (-1: nowhere).
+    static QList<qsizetype> nextOccurrences(QStringView pattern, QStringView token)
+    {
+        QList<qsizetype> next(pattern.size() + 2, -1);
+        for (qsizetype i = pattern.size() - 1; i >= 0; --i)
+            next[i] = pattern.mid(i).startsWith(token) ? i : next[i + 1];
+        return next;
     }
 
     // MatchFrom(text from textOffset, pattern from patternOffset, start).
@@ -49,15 +58,6 @@ private:
         qsizetype literalLength = 0;
         int16_t p = 0;
     };
-
-    // For every pattern position, where the token next occurs at or after it (-1: nowhere).
-    static QList<qsizetype> nextOccurrences(QStringView pattern, QStringView token)
-    {
-        QList<qsizetype> next(pattern.size() + 2, -1);
-        for (qsizetype i = pattern.size() - 1; i >= 0; --i)
-            next[i] = pattern.mid(i).startsWith(token) ? i : next[i + 1];
-        return next;
-    }
 
     // 1-based position of the token in the pattern suffix searched from 1-based `from`, or 0.
     long long tokenAt(const QList<qsizetype> &next, qsizetype patternOffset, long long from) const
@@ -78,8 +78,8 @@ private:
     QStringView m_pattern;
     QStringView m_star;
     QStringView m_any;
-    QList<qsizetype> m_nextStar;
-    QList<qsizetype> m_nextAny;
+    const QList<qsizetype> &m_nextStar;
+    const QList<qsizetype> &m_nextAny;
     QHash<CallKey, int16_t> m_memo;
     QList<Frame> m_frames;
     // The call the top frame waits for.
@@ -91,14 +91,17 @@ private:
 bool Evaluation::enter(qsizetype text, qsizetype pattern, int16_t start, int16_t &answer)
 {
     const CallKey key{std::min(text, m_text.size()), pattern, start};
-    if (const auto known = m_memo.constFind(key); known != m_memo.cend()) {
-        answer = *known;
-        return true;
-    }
     const QStringView t = textFrom(text);
     const qsizetype patternLength = m_pattern.size() - pattern;
     const int16_t s = matcherPosition(patternLength > 0 ? tokenAt(m_nextStar, pattern, 1) : 0);
     const int16_t q = matcherPosition(patternLength > 0 ? tokenAt(m_nextAny, pattern, 1) : 0);
+    const bool literalFirst = !(s == 1 || q == 1 || (s == 0 && q == 0));
+    if (!literalFirst) {
+        if (const auto known = m_memo.constFind(key); known != m_memo.cend()) {
+            answer = *known;
+            return true;
+        }
+    }
 
     if (s == 1) {
         const long long nextStar = tokenAt(m_nextStar, pattern, 2);
@@ -138,17 +141,24 @@ bool Evaluation::enter(qsizetype text, qsizetype pattern, int16_t start, int16_t
         long long nearer = s;
         if (q != 0 && (nearer == 0 || q < nearer))
             nearer = q;
+        // Not remembered itself: it costs one search, and what follows it is remembered.
         const QStringView literal = m_pattern.mid(pattern, nearer - 1);
         const int16_t p = matcherPosition(t.isEmpty() ? 0 : findFrom(start, t, literal));
         if (p == 0) {
             answer = 0;
-        } else {
-            m_frames.append({key, Kind::Literal, text, 0, 0, p});
-            m_callText = text + p - 1 + literal.size();
-            m_callPattern = pattern + nearer - 1;
-            m_callStart = 1;
-            return false;
+            return true;
         }
+        const qsizetype nextText = std::min(text + p - 1 + literal.size(), m_text.size());
+        const qsizetype nextPattern = pattern + nearer - 1;
+        if (const auto known = m_memo.constFind(CallKey{nextText, nextPattern, 1}); known != m_memo.cend()) {
+            answer = *known > 0 ? p : 0;
+            return true;
+        }
+        m_frames.append({key, Kind::Literal, text, 0, 0, p});
+        m_callText = nextText;
+        m_callPattern = nextPattern;
+        m_callStart = 1;
+        return false;
     }
     m_memo.insert(key, answer);
     return true;
@@ -199,7 +209,8 @@ int16_t Evaluation::matchFrom(qsizetype textOffset, qsizetype patternOffset, int
             int16_t own = 0;
             if (!resume(frame, answer, own))
                 break;
-            m_memo.insert(frame.key, own);
+            if (frame.kind != Kind::Literal)
+                m_memo.insert(frame.key, own);
             m_frames.removeLast();
             answer = own;
             if (m_frames.isEmpty())
@@ -215,15 +226,36 @@ WildcardMatcher::WildcardMatcher(WildcardPattern::RandomSource random)
 {
 }
 
-bool WildcardMatcher::MatchWildcard(const QString &text, const QString &pattern)
+WildcardMatcher::Prepared WildcardMatcher::prepare(const QString &pattern) const
 {
-    if (!pattern.isEmpty() && text.isEmpty())
+    Prepared prepared;
+    prepared.empty = pattern.isEmpty();
+    prepared.tokens = WildcardPattern::tokenize(pattern, m_random);
+    const QString &p = prepared.tokens.pattern;
+    prepared.hasTokens = p.contains(prepared.tokens.starToken) || p.contains(prepared.tokens.anyToken);
+    prepared.nextStar = Evaluation::nextOccurrences(p, prepared.tokens.starToken);
+    prepared.nextAny = Evaluation::nextOccurrences(p, prepared.tokens.anyToken);
+    return prepared;
+}
+
+bool WildcardMatcher::matches(const Prepared &pattern, const QString &text) const
+{
+    if (!pattern.empty && text.isEmpty())
         return false;
-    const WildcardPattern tokens = WildcardPattern::tokenize(pattern, m_random);
+    const WildcardPattern &tokens = pattern.tokens;
     const QString &p = tokens.pattern;
+    if (!pattern.hasTokens) {
+        // The whole text, as the first occurrence of the pattern ending at the end of the text.
+        if (p.isEmpty())
+            return text.isEmpty();
+        const qsizetype first = text.indexOf(p);
+        if (first < 0 || first + p.size() != text.size())
+            return false;
+        return matcherPosition(first + 1) == 1;
+    }
     if (p.startsWith(tokens.starToken))
-        return Evaluation(text, tokens).matchFrom(0, tokens.starToken.size(), 1) > 0;
+        return Evaluation(text, pattern).matchFrom(0, tokens.starToken.size(), 1) > 0;
     if (p.startsWith(tokens.anyToken))
-        return Evaluation(text, tokens).matchFrom(1, tokens.anyToken.size(), 1) == 1;
-    return Evaluation(text, tokens).matchFrom(0, 0, 1) == 1;
+        return Evaluation(text, pattern).matchFrom(1, tokens.anyToken.size(), 1) == 1;
+    return Evaluation(text, pattern).matchFrom(0, 0, 1) == 1;
 }

@@ -2,6 +2,7 @@
 
 #include "wildcardpattern.h"
 
+#include <QList>
 #include <QString>
 
 // Whole-text matching with * (any run, also none) and ? (one character), anchored at both
@@ -17,8 +18,19 @@ class WildcardMatcher
 public:
     explicit WildcardMatcher(WildcardPattern::RandomSource random = WildcardPattern::defaultRandom());
 
+    // A pattern made ready once for many texts.
+    struct Prepared {
+        bool empty = true;
+        WildcardPattern tokens;
+        bool hasTokens = false;
+        QList<qsizetype> nextStar; // per pattern position: where the token next occurs, -1 nowhere
+        QList<qsizetype> nextAny;
+    };
+    Prepared prepare(const QString &pattern) const;
+
     // Both texts already upper-cased by the caller.
-    bool MatchWildcard(const QString &text, const QString &pattern);
+    bool MatchWildcard(const QString &text, const QString &pattern) const { return matches(prepare(pattern), text); }
+    bool matches(const Prepared &pattern, const QString &text) const;
 
 private:
     WildcardPattern::RandomSource m_random;

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "platform/document.h"
+
+#include <QStringList>
+
+#include <cstdint>
+
+class Tamberline;
+class WildcardMatcher;
+
+// The search of a query over a page snapshot, shared by the Page Parser and headless runs.
+
+// The filters as the search reads them: ElemAttribs(0), (1), … up to the first empty entry
+// (a blank one is a filter like any other here).
+QStringList searchFiltersOf(const Tamberline &control);
+
+// Whether the element satisfies every filter: names and values compared trimmed and without
+// regard to case; "tagName", "ParentTag" and "sourceIndex" test the element itself; an entry
+// without "=" asks for the attribute, present with an empty value. Testing ParentTag on an
+// element without a parent raises error 91.
+bool MatchesAttributeFilters(const Document &document, int element, const QStringList &filters);
+
+// The first element at or after start whose whole inner text fits the pattern (when the
+// pattern is not blank) and that satisfies the filters, or -1. The counter is 16-bit: a page
+// of more than 32,768 elements cannot be scanned (error 6).
+int ScanDocument(const Document &document, int16_t start, const QString &searchText, const QStringList &filters,
+                 const WildcardMatcher &matcher);

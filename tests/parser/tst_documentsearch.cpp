@@ -1,0 +1,125 @@
+#include "control/tamberlinecontrol.h"
+#include "freshquery.h"
+#include "parser/documentsearch.h"
+#include "parser/wildcardmatcher.h"
+#include "platform/runtimeerror.h"
+
+#include <QtTest>
+
+namespace {
+
+// html > body > (div.price "Price: 12", a href=X "link", input disabled "")
+Document shop()
+{
+    Document document;
+    document.elements = {{QStringLiteral("HTML"), -1, {}, QStringLiteral("Price: 12\nlink"), {}, {}},
+                         {QStringLiteral("BODY"), 0, {}, QStringLiteral("Price: 12\nlink"), {}, {}},
+                         {QStringLiteral("DIV"), 1, {}, QStringLiteral("Price: 12"), {{QStringLiteral("class"), QStringLiteral(" Price ")}}, {}},
+                         {QStringLiteral("A"), 1, {}, QStringLiteral("link"), {{QStringLiteral("href"), QStringLiteral("x")}}, {}},
+                         {QStringLiteral("INPUT"), 1, {}, QString(), {{QStringLiteral("disabled"), QString()}}, {}}};
+    return document;
+}
+
+} // namespace
+
+class tst_DocumentSearch : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void filters_data();
+    void filters();
+    void parentTagOfTheTopElement();
+    void scan_data();
+    void scan();
+    void scanLimit();
+    void filtersAsTheSearchReadsThem();
+};
+
+void tst_DocumentSearch::filters_data()
+{
+    QTest::addColumn<int>("element");
+    QTest::addColumn<QStringList>("filters");
+    QTest::addColumn<bool>("holds");
+    QTest::newRow("no filters") << 2 << QStringList{} << true;
+    QTest::newRow("blanks and case do not count") << 3 << QStringList{QStringLiteral(" HREF = X ")} << true;
+    QTest::newRow("value compared trimmed") << 2 << QStringList{QStringLiteral("class=price")} << true;
+    QTest::newRow("other value") << 3 << QStringList{QStringLiteral("href=y")} << false;
+    QTest::newRow("missing attribute") << 2 << QStringList{QStringLiteral("href=")} << false;
+    QTest::newRow("no = asks for an empty attribute") << 4 << QStringList{QStringLiteral("disabled")} << true;
+    QTest::newRow("no = on an attribute with a value") << 2 << QStringList{QStringLiteral("class")} << false;
+    QTest::newRow("no = keeps the name as typed") << 2 << QStringList{QStringLiteral("tagName")} << false;
+    QTest::newRow("tagName") << 2 << QStringList{QStringLiteral("tagname=div")} << true;
+    QTest::newRow("ParentTag") << 2 << QStringList{QStringLiteral("PARENTTAG = body")} << true;
+    QTest::newRow("sourceIndex") << 3 << QStringList{QStringLiteral("sourceIndex=3")} << true;
+    QTest::newRow("sourceIndex of another") << 3 << QStringList{QStringLiteral("sourceIndex=2")} << false;
+    QTest::newRow("every entry must hold") << 3 << QStringList{QStringLiteral("href=x"), QStringLiteral("tagName=div")} << false;
+    QTest::newRow("a blank entry is a filter too") << 3 << QStringList{QStringLiteral("href=x"), QStringLiteral("  ")} << false;
+}
+
+void tst_DocumentSearch::filters()
+{
+    QFETCH(int, element);
+    QFETCH(QStringList, filters);
+    QFETCH(bool, holds);
+    QCOMPARE(MatchesAttributeFilters(shop(), element, filters), holds);
+}
+
+void tst_DocumentSearch::parentTagOfTheTopElement()
+{
+    try {
+        MatchesAttributeFilters(shop(), 0, {QStringLiteral("ParentTag=x")});
+        QFAIL("the top element has no parent to test");
+    } catch (const RuntimeError &error) {
+        QCOMPARE(error.number(), 91);
+    }
+}
+
+void tst_DocumentSearch::scan_data()
+{
+    QTest::addColumn<int>("start");
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QStringList>("filters");
+    QTest::addColumn<int>("found");
+    QTest::newRow("whole text in any case") << 0 << QStringLiteral("price: 12") << QStringList{} << 2;
+    QTest::newRow("a star finds the outermost element first") << 0 << QStringLiteral("*price*") << QStringList{} << 0;
+    QTest::newRow("continues after the start") << 1 << QStringLiteral("*price*") << QStringList{} << 1;
+    QTest::newRow("text and filters together") << 0 << QStringLiteral("*price*") << QStringList{QStringLiteral("tagName=div")} << 2;
+    QTest::newRow("filters alone") << 0 << QStringLiteral("  ") << QStringList{QStringLiteral("href=x")} << 3;
+    QTest::newRow("nothing after the last") << 3 << QStringLiteral("*price*") << QStringList{} << -1;
+    QTest::newRow("start past the end") << 9 << QStringLiteral("link") << QStringList{} << -1;
+}
+
+void tst_DocumentSearch::scan()
+{
+    QFETCH(int, start);
+    QFETCH(QString, text);
+    QFETCH(QStringList, filters);
+    QFETCH(int, found);
+    const WildcardMatcher matcher([] { return 0.25; });
+    QCOMPARE(ScanDocument(shop(), int16_t(start), text, filters, matcher), found);
+}
+
+void tst_DocumentSearch::scanLimit()
+{
+    Document page;
+    page.elements.fill({QStringLiteral("P"), -1, {}, QStringLiteral("x"), {}, {}}, 32768);
+    const WildcardMatcher matcher;
+    QCOMPARE(ScanDocument(page, 100, QStringLiteral("x"), {}, matcher), 100);
+    // Stepping past the last of 32,768 elements overflows the 16-bit counter.
+    QVERIFY_THROWS_EXCEPTION(RuntimeError, ScanDocument(page, 0, QStringLiteral("y"), {}, matcher));
+    page.elements.append(page.elements.last());
+    QVERIFY_THROWS_EXCEPTION(RuntimeError, ScanDocument(page, 0, QStringLiteral("x"), {}, matcher));
+}
+
+void tst_DocumentSearch::filtersAsTheSearchReadsThem()
+{
+    resetThreadQuery();
+    Tamberline control;
+    for (const QString &entry : {QStringLiteral("a=1"), QStringLiteral(" "), QStringLiteral("b=2"), QString(), QStringLiteral("c=3")})
+        control.setElemAttribs(-1, entry);
+    QCOMPARE(searchFiltersOf(control), (QStringList{QStringLiteral("a=1"), QStringLiteral(" "), QStringLiteral("b=2")}));
+}
+
+QTEST_GUILESS_MAIN(tst_DocumentSearch)
+#include "tst_documentsearch.moc"
