@@ -61,7 +61,7 @@ void AddElementBranch(const Document &document, int element, int16_t parentNumbe
         QTreeWidgetItem *node = tree.add(nodeKey(underNumber), nodeKey(index), e.tagName);
         const int16_t number = checkedInt16(index);
         if (!trimBlanks(e.id).isEmpty())
-            node->setForeground(0, NodeRed);
+            NodeTree::setColour(node, NodeTree::Red);
         stack.append({index, number, 0});
     };
 
@@ -80,7 +80,7 @@ void AddElementBranch(const Document &document, int element, int16_t parentNumbe
             enter(child.element, frame.number); // may grow the stack: frame is not used after
         } else {
             countBranchNode(branchNodeCount);
-            tree.add(nodeKey(frame.number), QString(), child.text)->setForeground(0, NodeBlue);
+            NodeTree::setColour(tree.add(nodeKey(frame.number), QString(), child.text), NodeTree::Blue);
         }
     }
 }

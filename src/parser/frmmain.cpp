@@ -1,7 +1,9 @@
 #include "frmmain.h"
 
 #include "control/tamberlinecontrol.h"
+#include "documentsearch.h"
 #include "documenttree.h"
+#include "nodeoperations.h"
 #include "nodekeys.h"
 #include "pageparserquery.h"
 #include "platform/dialogs.h"
@@ -112,6 +114,9 @@ frmMain::frmMain(QWidget *parent)
     for (QRadioButton *option : {ui->chkShowProps_0, ui->chkShowProps_1})
         connect(option, &QRadioButton::clicked, this, &frmMain::chkShowProps_Click);
     connect(ui->cmdEditProps, &QPushButton::clicked, this, &frmMain::cmdEditProps_Click);
+    connect(ui->mnu_NodeOperAddText, &QAction::triggered, this, &frmMain::mnu_NodeOperAddText_Click);
+    connect(ui->mnu_NodeOperSetSearchNode, &QAction::triggered, this, &frmMain::mnu_NodeOperSetSearchNode_Click);
+    connect(ui->mnu_NodeOperSetRetNode, &QAction::triggered, this, &frmMain::mnu_NodeOperSetRetNode_Click);
 
     connect(ui->cmdGo, &QPushButton::clicked, this, &frmMain::cmdGo_Click);
     // Choosing an entry is Go, and so is Enter; the box itself reports Enter on a text that is in
@@ -237,7 +242,9 @@ void frmMain::cmdGo_Click()
     try {
         m_tree.clear();
         ui->lstProps->clear();
-        m_page->navigate(QUrl(trimBlanks(ui->cmboUrl->currentText())));
+        // The page is not complete from here on, before the engine even reports the start.
+        if (m_page->navigate(QUrl(trimBlanks(ui->cmboUrl->currentText()))))
+            m_documentComplete = false;
     } catch (const RuntimeError &) {
         Dialogs::messageBox(QStringLiteral("An error occured"));
     }
@@ -245,7 +252,106 @@ void frmMain::cmdGo_Click()
 
 void frmMain::cmdSearch_Click()
 {
-    // Searching the page comes with the text search.
+    // A search waits for the page and lets events run meanwhile: a second click then does nothing.
+    if (m_searching)
+        return;
+    const QScopedValueRollback searching(m_searching, true);
+    runHandler(this, HandlerOrigin::User, [this] { SearchDocument(); });
+}
+
+void frmMain::waitForDocument()
+{
+    while (!m_documentComplete) {
+        // Closing the window or pressing Escape gives up the wait.
+        if (!isVisible() || m_stopRequested)
+            throw RuntimeError(ErrorNumber::ObjectRequired, QStringLiteral("The search stopped waiting for the page"));
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    }
+}
+
+bool frmMain::SearchDocument()
+{
+    m_stopRequested = false;
+    waitForDocument();
+    if (!isQueryControl(m_queryControl))
+        return false;
+    const QString searchText = ui->txtSearchText->text();
+    const bool hasText = !trimBlanks(searchText).isEmpty();
+    const bool hasFilters = !m_queryControl->ElemAttribs(0).isEmpty();
+    if (!hasText && !hasFilters) {
+        QTreeWidgetItem *root = m_tree.node(RootKey);
+        selectNode(root);
+        NodeClick(root);
+        return true;
+    }
+    if (!m_hdoc) {
+        // A page that was never let in (navigation not allowed) is nothing to report in a box.
+        ui->stts->showMessage(QStringLiteral("There is no page to search"), 10000);
+        return false;
+    }
+    const QStringList filters = hasFilters ? searchFiltersOf(*m_queryControl) : QStringList();
+    while (true) {
+        const int found = ScanDocument(*m_hdoc, m_searchStart, searchText, filters, m_matcher);
+        if (found >= 0) {
+            m_searchStart = checkedInt16(static_cast<long long>(found) + 1);
+            QTreeWidgetItem *node = m_tree.node(nodeKey(found));
+            selectNode(node);
+            NodeClick(node);
+            return true;
+        }
+        const QString tab = QStringLiteral("\t");
+        const int answer = Dialogs::messageBox(
+            QStringLiteral("End of document was reached, ") + CrLf + QStringLiteral("Would you like to research from the beginning?")
+                + CrLf + tab + QStringLiteral("Yes: continue search from the beginning of the document") + tab
+                + QStringLiteral("No: stop search and cancel the operation"),
+            Dialogs::YesNo | Dialogs::Critical);
+        m_searchStart = 0;
+        if (answer != Dialogs::Yes) {
+            QTreeWidgetItem *root = m_tree.node(RootKey);
+            selectNode(root);
+            NodeClick(root);
+            return false;
+        }
+    }
+}
+
+QTreeWidgetItem *frmMain::selectedNode() const
+{
+    QTreeWidgetItem *node = ui->tvu->currentItem();
+    if (!node || !node->isSelected())
+        throw RuntimeError(91, QStringLiteral("Object variable not set: no node is selected"));
+    return node;
+}
+
+void frmMain::mnu_NodeOperAddText_Click()
+{
+    runHandler(this, HandlerOrigin::User, [this] {
+        if (!ui->txtSearchText->text().isEmpty()) {
+            const QString tab = QStringLiteral("\t");
+            const int answer = Dialogs::messageBox(
+                QStringLiteral("Search Text Box already contains text, ") + CrLf
+                    + QStringLiteral("proceeding will override that old text.") + CrLf + CrLf + tab + QStringLiteral("OK: override.")
+                    + CrLf + tab + QStringLiteral("Cancel: cancel the operation."),
+                Dialogs::OkCancel | Dialogs::Exclamation, QStringLiteral("Caution"));
+            if (answer == Dialogs::Cancel)
+                return;
+        }
+        ui->txtSearchText->setText(m_popupNodeText);
+    });
+}
+
+void frmMain::mnu_NodeOperSetSearchNode_Click()
+{
+    runHandler(this, HandlerOrigin::User, [this] {
+        ui->txtNodeOffset->setText(NodeOperations::SetSearchNode(m_tree, selectedNode()));
+    });
+}
+
+void frmMain::mnu_NodeOperSetRetNode_Click()
+{
+    runHandler(this, HandlerOrigin::User, [this] {
+        ui->txtNodeOffset->setText(NodeOperations::SetReturnNode(m_tree, selectedNode()));
+    });
 }
 
 void frmMain::cmdSave_Click()

@@ -6,6 +6,7 @@
 #include "nodepropertylist.h"
 #include "nodetree.h"
 #include "paneratios.h"
+#include "wildcardmatcher.h"
 #include "windowplacement.h"
 #include "platform/document.h"
 
@@ -78,6 +79,17 @@ public:
     // Selects the node of the element that holds the page's selection.
     void SelectNodeForSelection();
 
+    // One search step: selects the next element that fits the search text and the filters,
+    // asking at the end of the page whether to start again. True when one was found (or there
+    // was nothing to search for).
+    bool SearchDocument();
+    void setRandomSource(WildcardPattern::RandomSource random) { m_matcher = WildcardMatcher(std::move(random)); }
+
+    // The node operations menu.
+    void mnu_NodeOperAddText_Click();
+    void mnu_NodeOperSetSearchNode_Click();
+    void mnu_NodeOperSetRetNode_Click();
+
     // The click handlers, also run by the start-up queue and by other parts.
     void cmdGo_Click();
     void cmdSearch_Click();
@@ -106,6 +118,9 @@ private:
     PageParserFields fields() const;
     void selectNode(QTreeWidgetItem *node);
     void selectElementNode(int sourceIndex);
+    // The selected node, which the node operations act on; error 91 when there is none.
+    QTreeWidgetItem *selectedNode() const;
+    void waitForDocument();
     void treeMouseMove(const QPoint &position);
     void treeMouseUp(Qt::MouseButton button, const QPoint &position);
     void setStatusText(const QString &text);
@@ -126,7 +141,7 @@ private:
     PaneRatios m_ratios;
     QStringList m_actionQueue;
     DocumentPtr m_hdoc;
-    bool m_documentComplete = false;
+    bool m_documentComplete = true; // nothing is loading yet
     bool m_loading = false;
     quint64 m_loadSerial = 0;
     bool m_stopRequested = false;
@@ -135,4 +150,6 @@ private:
     int16_t m_searchStart = 0;
     QString m_popupNodeText;
     bool m_selectingNode = false;
+    bool m_searching = false;
+    WildcardMatcher m_matcher;
 };

@@ -7,6 +7,7 @@
 namespace {
 constexpr int KeyRole = Qt::UserRole;
 constexpr int OrderRole = Qt::UserRole + 1;
+constexpr int ColourRole = Qt::UserRole + 2;
 constexpr int KeyNotUnique = 35602;
 } // namespace
 
@@ -55,6 +56,20 @@ QTreeWidgetItem *NodeTree::node(const QString &key) const
 QString NodeTree::keyOf(const QTreeWidgetItem *item)
 {
     return item ? item->data(0, KeyRole).toString() : QString();
+}
+
+int NodeTree::colourOf(const QTreeWidgetItem *item)
+{
+    return item->data(0, ColourRole).toInt();
+}
+
+void NodeTree::setColour(QTreeWidgetItem *item, int colour)
+{
+    item->setData(0, ColourRole, colour);
+    if (colour == 0)
+        item->setData(0, Qt::ForegroundRole, QVariant());
+    else
+        item->setForeground(0, QColor(colour & 0xFF, (colour >> 8) & 0xFF, (colour >> 16) & 0xFF));
 }
 
 QList<QTreeWidgetItem *> NodeTree::nodesInOrder() const

@@ -28,6 +28,12 @@ public:
     static QString keyOf(const QTreeWidgetItem *item);
     int count() const { return m_count; }
 
+    // A node's colour as the tree code keeps it: red in the low byte, 0 for the default black.
+    static int colourOf(const QTreeWidgetItem *item);
+    static void setColour(QTreeWidgetItem *item, int colour);
+    static constexpr int Red = 255;
+    static constexpr int Blue = 16711680;
+
     // Nodes in the order they were added (the collection's index order).
     QList<QTreeWidgetItem *> nodesInOrder() const;
 
@@ -52,7 +58,3 @@ private:
     bool m_batching = false;
     int m_count = 0;
 };
-
-// Node colours as the tree code sets them.
-inline const QColor NodeRed(255, 0, 0);
-inline const QColor NodeBlue(0, 0, 255);

@@ -96,11 +96,14 @@ bool WebPage::acceptNavigationRequest(const QUrl &url, NavigationType, bool isMa
     return !m_guard || m_guard(url, isMainFrame);
 }
 
-void WebPage::navigate(const QUrl &url)
+bool WebPage::navigate(const QUrl &url)
 {
+    if (url.isEmpty() || !url.isValid())
+        return false;
     if (url.scheme() == QStringLiteral("about") && m_guard && !m_guard(url, true))
-        return;
+        return false;
     load(url);
+    return true;
 }
 
 QWebEnginePage *WebPage::createWindow(WebWindowType)

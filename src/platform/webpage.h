@@ -38,7 +38,8 @@ public:
 
     // Loads a URL, asking the navigation guard first for the addresses the engine opens
     // without asking (about:), so that every navigation passes the guard.
-    void navigate(const QUrl &url);
+    // False when nothing was loaded: the guard refused it, or the address is empty or invalid.
+    bool navigate(const QUrl &url);
 
     // The page as it is now. The callback gets null when there is no HTML document to read
     // (a failed script, a page that is not HTML); it is not called once the page is gone.

@@ -130,11 +130,11 @@ void tst_DocumentTree::branchWithTextNodes()
     QCOMPARE(bodyNode->parent(), tree.node(QStringLiteral("K99")));
     QCOMPARE(bodyNode->childCount(), 3);
     QCOMPARE(bodyNode->child(0)->text(0), QStringLiteral("Hello "));
-    QCOMPARE(bodyNode->child(0)->foreground(0).color(), NodeBlue);
+    QCOMPARE(NodeTree::colourOf(bodyNode->child(0)), NodeTree::Blue);
     QCOMPARE(NodeTree::keyOf(bodyNode->child(0)), QString());
-    QCOMPARE(tree.node(QStringLiteral("K1"))->foreground(0).color(), NodeRed); // has an id
+    QCOMPARE(NodeTree::colourOf(tree.node(QStringLiteral("K1"))), NodeTree::Red); // has an id
     QCOMPARE(tree.node(QStringLiteral("K1"))->child(0)->text(0), QStringLiteral("world"));
-    QCOMPARE(tree.node(QStringLiteral("K2"))->foreground(0).style(), Qt::NoBrush); // a blank id is no id
+    QCOMPARE(NodeTree::colourOf(tree.node(QStringLiteral("K2"))), 0); // a blank id is no id
 
     // The counter is never reset and overflows like the rest.
     count = 32767;
