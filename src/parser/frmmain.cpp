@@ -4,6 +4,8 @@
 #include "documentsearch.h"
 #include "documenttree.h"
 #include "nodeoperations.h"
+#include "treewalks.h"
+#include "platform/settingsstore.h"
 #include "nodekeys.h"
 #include "pageparserquery.h"
 #include "platform/dialogs.h"
@@ -90,7 +92,6 @@ frmMain::frmMain(QWidget *parent)
     connect(m_todoSequencer, &QTimer::timeout, this, &frmMain::todoSequencer_Timer);
 
     ui->mnu_Favorites_Separ->setSeparator(true);
-    ui->mnu_Favorites_Nav_0->setVisible(false);
     ui->lstProps->setColumnWidth(0, 110);
     m_properties.setShow(NodePropertyList::Show::NonEmpty);
 
@@ -114,6 +115,14 @@ frmMain::frmMain(QWidget *parent)
     for (QRadioButton *option : {ui->chkShowProps_0, ui->chkShowProps_1})
         connect(option, &QRadioButton::clicked, this, &frmMain::chkShowProps_Click);
     connect(ui->cmdEditProps, &QPushButton::clicked, this, &frmMain::cmdEditProps_Click);
+    connect(ui->cmdExpand, &QPushButton::clicked, this, &frmMain::cmdExpand_Click);
+    connect(ui->cmdCollapse, &QPushButton::clicked, this, &frmMain::cmdCollapse_Click);
+    connect(ui->cmdExpandAll, &QPushButton::clicked, this, &frmMain::cmdExpandAll_Click);
+    connect(ui->cmdCollapseAll, &QPushButton::clicked, this, &frmMain::cmdCollapseAll_Click);
+    // "Expand All" hides the tree while it works; the pane keeps its place meanwhile.
+    QSizePolicy treePolicy = ui->tvu->sizePolicy();
+    treePolicy.setRetainSizeWhenHidden(true);
+    ui->tvu->setSizePolicy(treePolicy);
     connect(ui->mnu_NodeOperAddText, &QAction::triggered, this, &frmMain::mnu_NodeOperAddText_Click);
     connect(ui->mnu_NodeOperSetSearchNode, &QAction::triggered, this, &frmMain::mnu_NodeOperSetSearchNode_Click);
     connect(ui->mnu_NodeOperSetRetNode, &QAction::triggered, this, &frmMain::mnu_NodeOperSetRetNode_Click);
@@ -145,6 +154,10 @@ frmMain::frmMain(QWidget *parent)
     ui->verBalancer->installEventFilter(this);
     qApp->installEventFilter(this);
     restorePlacement();
+    m_favoriteItems.append(ui->mnu_Favorites_Nav_0);
+    connect(ui->mnu_Favorites_Nav_0, &QAction::triggered, this, [this] { mnu_Favorites_Nav_Click(0); });
+    connect(ui->mnu_Favorites_Add, &QAction::triggered, this, &frmMain::mnu_Favorites_Add_Click);
+    RebuildFavoritesMenu();
 }
 
 frmMain::~frmMain()
@@ -313,6 +326,90 @@ bool frmMain::SearchDocument()
             return false;
         }
     }
+}
+
+void frmMain::RebuildFavoritesMenu()
+{
+    // Item 0 belongs to the form and stays, hidden; the others are made afresh.
+    for (QAction *item : std::as_const(m_favoriteItems)) {
+        item->setVisible(false);
+        item->setEnabled(false);
+    }
+    while (m_favoriteItems.size() > 1)
+        delete m_favoriteItems.takeLast();
+    const QList<std::pair<QString, QString>> favorites = SettingsStore::getAllSettings(QStringLiteral("Favorites"));
+    for (int i = 0; i < favorites.size(); ++i) {
+        if (i >= m_favoriteItems.size()) {
+            auto *item = new QAction(ui->mnu_Favorites);
+            item->setObjectName(QStringLiteral("mnu_Favorites_Nav_%1").arg(i));
+            ui->mnu_Favorites->addAction(item);
+            connect(item, &QAction::triggered, this, [this, i] { mnu_Favorites_Nav_Click(i); });
+            m_favoriteItems.append(item);
+        }
+        QAction *item = m_favoriteItems.at(i);
+        item->setText(u'&' + QString::number(i + 1) + QStringLiteral(". ") + favorites.at(i).first);
+        item->setData(favorites.at(i).second);
+        item->setVisible(true);
+        item->setEnabled(true);
+    }
+}
+
+void frmMain::mnu_Favorites_Nav_Click(int index)
+{
+    if (index < 0 || index >= m_favoriteItems.size())
+        return;
+    ui->cmboUrl->setEditText(m_favoriteItems.at(index)->data().toString());
+    cmdGo_Click();
+}
+
+void frmMain::mnu_Favorites_Add_Click()
+{
+    const QString name = m_hdoc ? m_hdoc->title : QStringLiteral("Untitled");
+    const QString address = m_hdoc ? m_hdoc->url : ui->cmboUrl->currentText();
+    const QString answer = Dialogs::inputBox(QStringLiteral("Type a name for this address to appear in the favorites menu:"),
+                                             QStringLiteral("Add To Favorites"), name);
+    if (answer.isEmpty())
+        return;
+    SettingsStore::saveSetting(QStringLiteral("Favorites"), answer, address);
+    RebuildFavoritesMenu();
+}
+
+void frmMain::cmdExpand_Click()
+{
+    TreeWalks::ExpandOneLevel(ui->tvu);
+}
+
+void frmMain::cmdCollapse_Click()
+{
+    TreeWalks::CollapseOneLevel(ui->tvu);
+}
+
+void frmMain::cmdExpandAll_Click()
+{
+    // Off before anything else, also for a second click while a walk runs: the tree is not
+    // redrawn for every node it opens.
+    ui->tvu->hide();
+    if (m_expandAllBusy)
+        return;
+    const QScopedValueRollback busy(m_expandAllBusy, true);
+    m_stopRequested = false;
+    const int generation = m_tree.generation();
+    TreeWalks::SetAllExpanded(
+        m_tree.nodesInOrder(), true, [] { QCoreApplication::processEvents(); },
+        [&] { return m_stopRequested || m_tree.generation() != generation || !isVisible(); });
+    ui->tvu->show();
+}
+
+void frmMain::cmdCollapseAll_Click()
+{
+    if (m_collapseAllBusy)
+        return;
+    const QScopedValueRollback busy(m_collapseAllBusy, true);
+    m_stopRequested = false;
+    const int generation = m_tree.generation();
+    TreeWalks::SetAllExpanded(
+        m_tree.nodesInOrder(), false, [] { QCoreApplication::processEvents(); },
+        [&] { return m_stopRequested || m_tree.generation() != generation || !isVisible(); });
 }
 
 QTreeWidgetItem *frmMain::selectedNode() const

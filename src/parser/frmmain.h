@@ -17,6 +17,7 @@
 #include <cstdint>
 #include <memory>
 
+class QAction;
 class QLabel;
 class QTimer;
 class QWebEngineLoadingInfo;
@@ -85,6 +86,18 @@ public:
     bool SearchDocument();
     void setRandomSource(WildcardPattern::RandomSource random) { m_matcher = WildcardMatcher(std::move(random)); }
 
+    // Favorites: the menu follows the settings section "Favorites".
+    void RebuildFavoritesMenu();
+    void mnu_Favorites_Nav_Click(int index);
+    void mnu_Favorites_Add_Click();
+    QList<QAction *> favoriteItems() const { return m_favoriteItems; }
+
+    // Expand and collapse: one level over the whole tree, or every node yielding as it goes.
+    void cmdExpand_Click();
+    void cmdCollapse_Click();
+    void cmdExpandAll_Click();
+    void cmdCollapseAll_Click();
+
     // The node operations menu.
     void mnu_NodeOperAddText_Click();
     void mnu_NodeOperSetSearchNode_Click();
@@ -151,5 +164,8 @@ private:
     QString m_popupNodeText;
     bool m_selectingNode = false;
     bool m_searching = false;
+    bool m_expandAllBusy = false;
+    bool m_collapseAllBusy = false;
+    QList<QAction *> m_favoriteItems;
     WildcardMatcher m_matcher;
 };

@@ -23,6 +23,7 @@ void NodeTree::clear()
     m_pendingTopLevel.clear();
     m_view->clear();
     m_count = 0;
+    ++m_generation;
 }
 
 QTreeWidgetItem *NodeTree::add(const QString &relativeKey, const QString &key, const QString &text)

@@ -27,6 +27,8 @@ public:
     bool contains(const QString &key) const { return m_byKey.contains(key); }
     static QString keyOf(const QTreeWidgetItem *item);
     int count() const { return m_count; }
+    // Changes whenever the tree is cleared, so a walk holding its nodes can tell they are gone.
+    int generation() const { return m_generation; }
 
     // A node's colour as the tree code keeps it: red in the low byte, 0 for the default black.
     static int colourOf(const QTreeWidgetItem *item);
@@ -57,4 +59,5 @@ private:
     QList<QTreeWidgetItem *> m_pendingTopLevel;
     bool m_batching = false;
     int m_count = 0;
+    int m_generation = 0;
 };

@@ -13,13 +13,48 @@ QSettings openStore()
     return QSettings(QSettings::IniFormat, QSettings::UserScope, name, name);
 }
 
+// The store reads "/" and "\\" in a key as a path, so they travel percent-encoded, and
+// "%" with them so that decoding is exact.
+QString storeKey(const QString &key)
+{
+    QString encoded;
+    encoded.reserve(key.size());
+    for (const QChar c : key) {
+        if (c == u'%')
+            encoded += QStringLiteral("%25");
+        else if (c == u'/')
+            encoded += QStringLiteral("%2F");
+        else if (c == u'\\')
+            encoded += QStringLiteral("%5C");
+        else
+            encoded += c;
+    }
+    return encoded;
+}
+
+QString keyFromStore(const QString &encoded)
+{
+    QString key;
+    key.reserve(encoded.size());
+    for (qsizetype i = 0; i < encoded.size(); ++i) {
+        const QStringView code = QStringView(encoded).mid(i, 3);
+        if (code == u"%25" || code == u"%2F" || code == u"%5C") {
+            key += code == u"%25" ? u'%' : code == u"%2F" ? u'/' : u'\\';
+            i += 2;
+        } else {
+            key += encoded.at(i);
+        }
+    }
+    return key;
+}
+
 } // namespace
 
 QString getSetting(const QString &section, const QString &key, const QString &defaultValue)
 {
     QSettings store = openStore();
     store.beginGroup(section);
-    return store.value(key, defaultValue).toString();
+    return store.value(storeKey(key), defaultValue).toString();
 }
 
 void saveSetting(const QString &section, const QString &key, const QString &value)
@@ -32,7 +67,7 @@ void saveSettings(const QString &section, const QList<std::pair<QString, QString
     QSettings store = openStore();
     store.beginGroup(section);
     for (const auto &[key, value] : pairs)
-        store.setValue(key, value);
+        store.setValue(storeKey(key), value);
 }
 
 QList<std::pair<QString, QString>> getAllSettings(const QString &section)
@@ -42,7 +77,7 @@ QList<std::pair<QString, QString>> getAllSettings(const QString &section)
     QList<std::pair<QString, QString>> pairs;
     const QStringList keys = store.childKeys();
     for (const QString &key : keys)
-        pairs.append({key, store.value(key).toString()});
+        pairs.append({keyFromStore(key), store.value(key).toString()});
     return pairs;
 }
 
