@@ -1,4 +1,5 @@
 #include "hostwindow.h"
+#include "runcommand.h"
 #include "platform/webpage.h"
 
 #include <QApplication>
@@ -8,6 +9,7 @@
 #include <QTimer>
 
 #include <cstdio>
+#include <cstring>
 
 namespace {
 
@@ -24,6 +26,9 @@ QString bundledExample()
 
 int main(int argc, char *argv[])
 {
+    if (argc > 1 && (std::strcmp(argv[1], "run") == 0 || std::strcmp(argv[1], "check") == 0))
+        return runCommandMain(argc, argv);
+
     const QString sandboxProblem = browserSandboxProblem();
     if (!sandboxProblem.isEmpty()) {
         std::fprintf(stderr, "tamberline: %s\n", qPrintable(sandboxProblem));

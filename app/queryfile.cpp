@@ -73,6 +73,11 @@ QueryFile QueryFile::parse(const QByteArray &json, const QString &folder)
         if (!knownKeys.contains(it.key()))
             throw QueryFileError(QStringLiteral("unknown key \"%1\" (known: %2)").arg(it.key(), knownKeys.join(QStringLiteral(", "))));
     }
+    // All five are required: a file without one is more likely cut short than meant that way.
+    for (const QString &key : knownKeys) {
+        if (!object.contains(key))
+            throw QueryFileError(QStringLiteral("missing key \"%1\"").arg(key));
+    }
 
     QueryFile query;
     const auto text = [&](const QString &key) {

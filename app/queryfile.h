@@ -16,8 +16,9 @@ struct QueryFile {
     int32_t NodeOffset = 0;
     QStringList ElemAttribs;
 
-    // Throws QueryFileError naming what is wrong; nothing is half-read. An address that is a
-    // relative file name is taken relative to the file's folder.
+    // Throws QueryFileError naming what is wrong (every one of the five keys is required);
+    // nothing is half-read. An address that is a relative file name is taken relative to the
+    // file's folder.
     static QueryFile load(const QString &path);
     static QueryFile parse(const QByteArray &json, const QString &folder);
     // Writes atomically; an address inside the file's folder is saved relative to it.

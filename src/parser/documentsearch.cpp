@@ -31,7 +31,7 @@ bool MatchesAttributeFilters(const Document &document, int element, const QStrin
             holds = trimBlanks(e.tagName).toUpper() == value;
         } else if (name == u"PARENTTAG") {
             if (e.parent < 0)
-                throw RuntimeError(91, QStringLiteral("Object variable not set: the element has no parent for ParentTag"));
+                throw RuntimeError(ErrorNumber::ObjectVariableNotSet, QStringLiteral("Object variable not set: the element has no parent for ParentTag"));
             holds = trimBlanks(document.item(e.parent).tagName).toUpper() == value;
         } else if (name == u"SOURCEINDEX") {
             holds = QString::number(element) == value;
@@ -46,18 +46,26 @@ bool MatchesAttributeFilters(const Document &document, int element, const QStrin
 }
 
 int ScanDocument(const Document &document, int16_t start, const QString &searchText, const QStringList &filters,
-                 const WildcardMatcher &matcher)
+                 const WildcardMatcher &matcher, int *matchCount)
 {
+    int found = -1;
+    if (matchCount)
+        *matchCount = 0;
     const bool hasText = !trimBlanks(searchText).isEmpty();
     const WildcardMatcher::Prepared pattern = matcher.prepare(searchText.toUpper());
     const int16_t last = checkedInt16(static_cast<long long>(document.length()) - 1);
     for (int i = start; i <= last; ++i) {
         const bool textOK = !hasText || matcher.matches(pattern, document.item(i).innerText.toUpper());
-        if (textOK && (filters.isEmpty() || MatchesAttributeFilters(document, i, filters)))
-            return i;
+        if (textOK && (filters.isEmpty() || MatchesAttributeFilters(document, i, filters))) {
+            if (!matchCount)
+                return i;
+            if (found < 0)
+                found = i;
+            ++*matchCount;
+        }
         if (i == INT16_MAX)
             throw RuntimeError(ErrorNumber::Overflow,
                                QStringLiteral("Overflow: the search counts at most 32,768 elements of a page"));
     }
-    return -1;
+    return found;
 }

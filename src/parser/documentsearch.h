@@ -23,6 +23,7 @@ bool MatchesAttributeFilters(const Document &document, int element, const QStrin
 
 // The first element at or after start whose whole inner text fits the pattern (when the
 // pattern is not blank) and that satisfies the filters, or -1. The counter is 16-bit: a page
-// of more than 32,768 elements cannot be scanned (error 6).
+// of more than 32,768 elements cannot be scanned (error 6). Given matchCount, the scan goes
+// on to the end in the same pass and counts every element that fits.
 int ScanDocument(const Document &document, int16_t start, const QString &searchText, const QStringList &filters,
-                 const WildcardMatcher &matcher);
+                 const WildcardMatcher &matcher, int *matchCount = nullptr);

@@ -416,7 +416,7 @@ QTreeWidgetItem *frmMain::selectedNode() const
 {
     QTreeWidgetItem *node = ui->tvu->currentItem();
     if (!node || !node->isSelected())
-        throw RuntimeError(91, QStringLiteral("Object variable not set: no node is selected"));
+        throw RuntimeError(ErrorNumber::ObjectVariableNotSet, QStringLiteral("Object variable not set: no node is selected"));
     return node;
 }
 

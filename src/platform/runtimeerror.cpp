@@ -9,6 +9,8 @@ QString standardErrorDescription(int number)
         return QStringLiteral("Overflow");
     case ErrorNumber::TypeMismatch:
         return QStringLiteral("Type mismatch");
+    case ErrorNumber::ObjectVariableNotSet:
+        return QStringLiteral("Object variable or With block variable not set");
     case ErrorNumber::ObjectRequired:
         return QStringLiteral("Object required");
     case ErrorNumber::MemberNotFound:

@@ -10,6 +10,7 @@ namespace ErrorNumber {
 constexpr int InvalidCall = 5;
 constexpr int Overflow = 6;
 constexpr int TypeMismatch = 13;
+constexpr int ObjectVariableNotSet = 91;
 constexpr int ObjectRequired = 424;
 constexpr int MemberNotFound = 438;
 constexpr int ActionNotSupported = 445;

@@ -18,6 +18,7 @@ struct ThreadState {
     bool markerFound = false;
     // Kept for reuse; not owned here, as it must not outlive the application object.
     QPointer<frmInputVariable> prompt;
+    std::function<std::optional<QString>(const QString &)> valueSource;
 };
 
 ThreadState &state()
@@ -67,9 +68,16 @@ QString Substitute(const QString &text)
         const QString key = ExampleValueCache::keyFor(name);
         QString value = cache.value(key);
         if (value.isEmpty()) {
-            const QString message = QStringLiteral("Please enter an example value for: %") + name + u'%';
-            if (!promptForValue(message, QStringLiteral("Property Substitution"), QString(), value))
-                return text;
+            if (const auto &source = state().valueSource) {
+                const std::optional<QString> given = source(name);
+                if (!given)
+                    return text;
+                value = *given;
+            } else {
+                const QString message = QStringLiteral("Please enter an example value for: %") + name + u'%';
+                if (!promptForValue(message, QStringLiteral("Property Substitution"), QString(), value))
+                    return text;
+            }
             cache.remove(key);
             cache.add(key, value);
         }
@@ -88,6 +96,11 @@ QString Substitute(const QString &text)
 ExampleValueCache &exampleValueCache()
 {
     return state().cache;
+}
+
+void setValueSource(std::function<std::optional<QString>(const QString &name)> source)
+{
+    state().valueSource = std::move(source);
 }
 
 bool markerFound()

@@ -2,6 +2,9 @@
 
 #include <QString>
 
+#include <functional>
+#include <optional>
+
 class ExampleValueCache;
 
 // Fills %name% markers with example values the user types once per name, so the live page can
@@ -20,6 +23,11 @@ QString Substitute(const QString &text);
 ExampleValueCache &exampleValueCache();
 bool markerFound();
 void setMarkerFound(bool found);
+
+// Where the values of this thread come from instead of the dialog, for runs without a user:
+// the function gets a marker name and returns its value, or nothing to cancel. An empty
+// function brings the dialog back.
+void setValueSource(std::function<std::optional<QString>(const QString &name)> source);
 
 // Asks for one value in the example-value dialog. False on Cancel, leaving value as it was.
 bool promptForValue(const QString &message, const QString &title, const QString &defaultValue,

@@ -1,0 +1,60 @@
+#pragma once
+
+#include "platform/document.h"
+#include "queryfile.h"
+
+#include <QHash>
+#include <QJsonObject>
+#include <QString>
+#include <QStringList>
+
+#include <stdexcept>
+
+class WildcardMatcher;
+
+// A query made ready to run: markers filled, filters read as the search reads them.
+struct RunnableQuery {
+    QString url;
+    QString searchText;
+    int32_t nodeOffset = 0;
+    QStringList filters;
+
+    // Fills the %name% markers of the address and the search text from values (names without
+    // regard to case), by the same substitution the designer uses. A marker without a value is
+    // a RunError naming it.
+    static RunnableQuery from(const QueryFile &query, const QHash<QString, QString> &values);
+    // The same, with the values the designer asks the user for.
+    static RunnableQuery substituted(const QueryFile &query);
+};
+
+// What a query returns on one page. reason is empty on success, else one of "no-match",
+// "offset-out-of-range", "page-error", "too-many-elements", "bad-query".
+struct RunResult {
+    QString page;
+    int found = -1;
+    int returned = -1;
+    QString tagName;
+    QString text;
+    int matches = 0;
+    QString reason;
+    QString message; // what went wrong, for people
+
+    bool succeeded() const { return reason.isEmpty(); }
+    QJsonObject toJson() const;
+};
+
+// The designer's search on a snapshot: the first element from index 0 whose text fits and which
+// satisfies the filters (index 0 when the query has neither), the element NodeOffset further
+// on, and how many elements fit in all.
+RunResult EvaluateQuery(const Document &document, const RunnableQuery &query, const WildcardMatcher &matcher);
+
+// A query that cannot run at all (a marker without value, an unreadable file).
+class RunError : public std::runtime_error
+{
+public:
+    explicit RunError(const QString &message) : std::runtime_error(message.toStdString()), m_message(message) {}
+    QString message() const { return m_message; }
+
+private:
+    QString m_message;
+};

@@ -1,0 +1,241 @@
+#include "runcommand.h"
+
+#include "browserloader.h"
+#include "pagesource.h"
+#include "parser/wildcardmatcher.h"
+#include "platform/webpage.h"
+#include "queryrunner.h"
+
+#include <QApplication>
+#include <QCommandLineParser>
+#include <QJsonDocument>
+#include <QLoggingCategory>
+#include <QThreadPool>
+#include <QtConcurrent>
+
+#include <cstdio>
+#include <memory>
+
+namespace {
+
+enum class Engine { Static, Browser };
+enum class Format { Text, Json };
+
+struct Options {
+    bool check = false;
+    QString queryPath;
+    QStringList pages;
+    QHash<QString, QString> values;
+    Engine engine = Engine::Static;
+    Format format = Format::Text;
+    int jobs = QThread::idealThreadCount();
+};
+
+constexpr int AllGaveResults = 0;
+constexpr int SomeGaveNone = 1;
+constexpr int BadArguments = 2;
+
+void printError(const QString &message)
+{
+    std::fprintf(stderr, "tamberline: %s\n", qPrintable(message));
+}
+
+// Reads the arguments after the command word; a RunError says what is wrong.
+Options parseArguments(const QStringList &arguments)
+{
+    Options options;
+    options.check = arguments.value(1) == u"check";
+    QCommandLineParser parser;
+    parser.setSingleDashWordOptionMode(QCommandLineParser::ParseAsLongOptions);
+    const QCommandLineOption set(QStringLiteral("set"), QStringLiteral("A value for a %name% marker."), QStringLiteral("name=value"));
+    const QCommandLineOption engine(QStringLiteral("engine"), QStringLiteral("static (gumbo) or browser."), QStringLiteral("engine"),
+                                    QStringLiteral("static"));
+    const QCommandLineOption format(QStringLiteral("format"), QStringLiteral("text or json."), QStringLiteral("format"),
+                                    QStringLiteral("text"));
+    const QCommandLineOption jobs(QStringLiteral("jobs"), QStringLiteral("Pages read at once."), QStringLiteral("N"));
+    parser.addOptions({set, engine, format, jobs});
+    QStringList rest = arguments;
+    rest.removeAt(1); // the command word
+    if (!parser.parse(rest))
+        throw RunError(parser.errorText());
+    const QStringList positional = parser.positionalArguments();
+    if (positional.isEmpty())
+        throw RunError(QStringLiteral("usage: tamberline %1 QUERY.json %2")
+                           .arg(options.check ? QStringLiteral("check") : QStringLiteral("run"),
+                                options.check ? QStringLiteral("PAGE...") : QStringLiteral("[PAGE ...] [--set name=value ...] "
+                                                                                          "[--engine static|browser] [--format text|json] [--jobs N]")));
+    options.queryPath = positional.first();
+    options.pages = positional.mid(1);
+    if (options.check && options.pages.isEmpty())
+        throw RunError(QStringLiteral("check needs the saved pages to run the query over"));
+    for (const QString &pair : parser.values(set)) {
+        const qsizetype at = pair.indexOf(u'=');
+        if (at <= 0)
+            throw RunError(QStringLiteral("--set wants name=value, not \"%1\"").arg(pair));
+        options.values.insert(pair.left(at), pair.mid(at + 1));
+    }
+    const QString engineName = parser.value(engine);
+    if (engineName != u"static" && engineName != u"browser")
+        throw RunError(QStringLiteral("--engine is static or browser, not \"%1\"").arg(engineName));
+    options.engine = engineName == u"browser" ? Engine::Browser : Engine::Static;
+    const QString formatName = parser.value(format);
+    if (formatName != u"text" && formatName != u"json")
+        throw RunError(QStringLiteral("--format is text or json, not \"%1\"").arg(formatName));
+    options.format = formatName == u"json" ? Format::Json : Format::Text;
+    if (parser.isSet(jobs)) {
+        bool ok = false;
+        options.jobs = parser.value(jobs).toInt(&ok);
+        if (!ok || options.jobs < 1)
+            throw RunError(QStringLiteral("--jobs wants a whole number of at least 1"));
+    }
+    return options;
+}
+
+RunResult failed(const QString &page, const QString &reason, const QString &message)
+{
+    RunResult result;
+    result.page = page;
+    result.reason = reason;
+    result.message = message;
+    return result;
+}
+
+RunResult runOnStaticPage(const PageSource &source, const RunnableQuery &query)
+{
+    try {
+        const DocumentPtr document = readStaticDocument(source);
+        const WildcardMatcher matcher;
+        RunResult result = EvaluateQuery(*document, query, matcher);
+        result.page = source.name;
+        return result;
+    } catch (const PageError &error) {
+        return failed(source.name, QStringLiteral("page-error"), error.message());
+    }
+}
+
+QList<RunResult> runPages(const Options &options, const QList<PageSource> &sources, const RunnableQuery &query)
+{
+    if (options.engine == Engine::Browser) {
+        BrowserLoader loader;
+        QList<RunResult> results;
+        for (const PageSource &source : sources) {
+            try {
+                const WildcardMatcher matcher;
+                RunResult result = EvaluateQuery(*loader.load(source), query, matcher);
+                result.page = source.name;
+                results.append(result);
+            } catch (const PageError &error) {
+                results.append(failed(source.name, QStringLiteral("page-error"), error.message()));
+            }
+        }
+        return results;
+    }
+    QThreadPool pool;
+    pool.setMaxThreadCount(options.jobs);
+    return QtConcurrent::blockingMapped(&pool, sources, [&](const PageSource &source) { return runOnStaticPage(source, query); });
+}
+
+QString shortened(const QString &text, int width)
+{
+    QString flat = text.simplified();
+    return flat.size() > width ? flat.left(width - 1) + u'…' : flat;
+}
+
+void printTable(const QList<RunResult> &results)
+{
+    const auto index = [](int value) { return value < 0 ? QStringLiteral("-") : QString::number(value); };
+    int pageWidth = 4;
+    for (const RunResult &result : results)
+        pageWidth = std::max(pageWidth, int(std::min<qsizetype>(result.page.size(), 48)));
+    const QString row = QStringLiteral("%1  %2  %3  %4  %5  %6\n");
+    std::printf("%s", qPrintable(row.arg(QStringLiteral("page"), -pageWidth)
+                                     .arg(QStringLiteral("found"), 6)
+                                     .arg(QStringLiteral("returned"), 8)
+                                     .arg(QStringLiteral("text"), -40)
+                                     .arg(QStringLiteral("matches"), 7)
+                                     .arg(QStringLiteral("reason"))));
+    for (const RunResult &result : results) {
+        std::printf("%s", qPrintable(row.arg(shortened(result.page, 48), -pageWidth)
+                                         .arg(index(result.found), 6)
+                                         .arg(index(result.returned), 8)
+                                         .arg(shortened(result.text, 40), -40)
+                                         .arg(result.matches, 7)
+                                         .arg(result.succeeded() ? QStringLiteral("ok") : result.reason)));
+    }
+}
+
+} // namespace
+
+int runCommandMain(int argc, char *argv[])
+{
+    QStringList arguments;
+    for (int i = 0; i < argc; ++i)
+        arguments.append(QString::fromLocal8Bit(argv[i]));
+
+    Options options;
+    try {
+        options = parseArguments(arguments);
+    } catch (const RunError &error) {
+        printError(error.message());
+        return BadArguments;
+    }
+
+    // The browser engine needs the widget application and a display; the static one neither.
+    std::unique_ptr<QCoreApplication> app;
+    if (options.engine == Engine::Browser) {
+        const QString problem = browserSandboxProblem();
+        if (!problem.isEmpty()) {
+            printError(problem);
+            return BadArguments;
+        }
+        if (qEnvironmentVariableIsEmpty("DISPLAY") && qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY"))
+            qputenv("QT_QPA_PLATFORM", "offscreen");
+        QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
+        QLoggingCategory::setFilterRules(QStringLiteral("qt.webenginecontext.info=false\nqt.webenginecontext.debug=false"));
+        app = std::make_unique<QApplication>(argc, argv);
+    } else {
+        app = std::make_unique<QCoreApplication>(argc, argv);
+    }
+
+    RunnableQuery query;
+    QList<PageSource> sources;
+    try {
+        const QueryFile file = QueryFile::load(options.queryPath);
+        query = RunnableQuery::from(file, options.values);
+        if (options.pages.isEmpty()) {
+            if (query.url.isEmpty())
+                throw RunError(QStringLiteral("give the pages to read: the query has no address"));
+            sources.append(PageSource::fromAddress(query.url));
+        } else {
+            for (const QString &page : std::as_const(options.pages))
+                sources.append(PageSource::fromArgument(page));
+        }
+    } catch (const QueryFileError &error) {
+        printError(error.message());
+        return BadArguments;
+    } catch (const RunError &error) {
+        printError(error.message());
+        return BadArguments;
+    } catch (const PageError &error) {
+        printError(error.message());
+        return BadArguments;
+    }
+
+    const QList<RunResult> results = runPages(options, sources, query);
+    bool allGaveResults = true;
+    if (options.check)
+        printTable(results);
+    for (const RunResult &result : results) {
+        allGaveResults = allGaveResults && result.succeeded();
+        if (!result.succeeded())
+            std::fprintf(stderr, "%s: %s: %s\n", qPrintable(result.page), qPrintable(result.reason), qPrintable(result.message));
+        if (options.check)
+            continue;
+        if (options.format == Format::Json)
+            std::printf("%s\n", QJsonDocument(result.toJson()).toJson(QJsonDocument::Compact).constData());
+        else if (result.succeeded())
+            std::printf("%s\n", result.text.toUtf8().constData());
+    }
+    std::fflush(stdout);
+    return allGaveResults ? AllGaveResults : SomeGaveNone;
+}

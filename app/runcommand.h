@@ -1,0 +1,6 @@
+#pragma once
+
+// `tamberline run` and `tamberline check`: run a query over pages without the designer.
+// Exit status: 0 when every page gave a result, 1 when some page did not, 2 for bad arguments
+// or a bad query file.
+int runCommandMain(int argc, char *argv[]);

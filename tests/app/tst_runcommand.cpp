@@ -1,0 +1,262 @@
+#include "parser/wildcardmatcher.h"
+#include "platform/gumbodocument.h"
+#include "queryrunner.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QtTest>
+
+namespace {
+
+const QByteArray shop = R"(<html><body><h1>Prices</h1><table>
+<tr><td class="item">Apples</td><td class="price">1.20</td></tr>
+<tr><td class="item">Pears</td><td class="price">0.95</td></tr>
+</table></body></html>)";
+
+RunnableQuery query(const QString &text, int offset, const QStringList &filters = {})
+{
+    RunnableQuery q;
+    q.searchText = text;
+    q.nodeOffset = offset;
+    q.filters = filters;
+    return q;
+}
+
+struct Run {
+    int status = -1;
+    QByteArray out;
+    QByteArray err;
+};
+
+Run runTamberline(const QStringList &arguments, const QByteArray &input = {})
+{
+    QProcess process;
+    process.start(QStringLiteral(TAMBERLINE_PROGRAM), arguments);
+    process.write(input);
+    process.closeWriteChannel();
+    process.waitForFinished(60000);
+    return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1, process.readAllStandardOutput(),
+            process.readAllStandardError()};
+}
+
+QList<QJsonObject> jsonLines(const QByteArray &out)
+{
+    QList<QJsonObject> objects;
+    for (const QByteArray &line : out.split('\n')) {
+        if (!line.isEmpty())
+            objects.append(QJsonDocument::fromJson(line).object());
+    }
+    return objects;
+}
+
+} // namespace
+
+class tst_RunCommand : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void evaluation_data();
+    void evaluation();
+    void tooManyElements();
+    void markersFromSetValues();
+    void jsonAndExitStatus();
+    void standardInputAndText();
+    void badArgumentsAndQueries_data();
+    void badArgumentsAndQueries();
+    void checkPrintsATable();
+
+private:
+    QTemporaryDir m_dir;
+    QString m_query;
+    QString m_page;
+};
+
+void tst_RunCommand::initTestCase()
+{
+    m_page = m_dir.filePath(QStringLiteral("shop.html"));
+    QFile page(m_page);
+    QVERIFY(page.open(QIODevice::WriteOnly));
+    page.write(shop);
+    m_query = m_dir.filePath(QStringLiteral("query.json"));
+    QFile file(m_query);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write(R"({"Url1": "shop.html?x=%region%", "AllowNav2": false, "SearchText": "%fruit%", "NodeOffset": 1,
+                   "ElemAttribs": ["class=item"]})");
+}
+
+void tst_RunCommand::evaluation_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<int>("offset");
+    QTest::addColumn<QStringList>("filters");
+    QTest::addColumn<int>("found");
+    QTest::addColumn<int>("returned");
+    QTest::addColumn<QString>("returnedText");
+    QTest::addColumn<int>("matches");
+    QTest::addColumn<QString>("reason");
+    const QStringList item{QStringLiteral("class=item")};
+    QTest::newRow("found and returned") << QStringLiteral("pears") << 1 << item << 10 << 11 << QStringLiteral("0.95") << 1 << QString();
+    QTest::newRow("several matches: an ambiguous anchor") << QStringLiteral("*") << 0 << item << 7 << 7 << QStringLiteral("Apples") << 2
+                                                          << QString();
+    QTest::newRow("neither text nor filters: the root, index 0") << QString() << 3 << QStringList{} << 0 << 3
+                                                                 << QStringLiteral("Prices") << 12 << QString();
+    QTest::newRow("no match") << QStringLiteral("plums") << 0 << item << -1 << -1 << QString() << 0 << QStringLiteral("no-match");
+    QTest::newRow("offset past the end") << QStringLiteral("pears") << 5 << item << 10 << -1 << QString() << 1
+                                         << QStringLiteral("offset-out-of-range");
+    QTest::newRow("offset before the start") << QStringLiteral("pears") << -11 << item << 10 << -1 << QString() << 1
+                                             << QStringLiteral("offset-out-of-range");
+    QTest::newRow("a filter no element can be tested with")
+        << QString() << 0 << QStringList{QStringLiteral("ParentTag=TR")} << -1 << -1 << QString() << 0 << QStringLiteral("bad-query");
+}
+
+void tst_RunCommand::evaluation()
+{
+    QFETCH(QString, text);
+    QFETCH(int, offset);
+    QFETCH(QStringList, filters);
+    QFETCH(int, found);
+    QFETCH(int, returned);
+    QFETCH(QString, returnedText);
+    QFETCH(int, matches);
+    QFETCH(QString, reason);
+    const DocumentPtr document = parseHtmlDocument(shop, QStringLiteral("file:///shop.html"));
+    const RunResult result = EvaluateQuery(*document, query(text, offset, filters), WildcardMatcher());
+    QCOMPARE(result.found, found);
+    QCOMPARE(result.returned, returned);
+    QCOMPARE(result.text, returnedText);
+    QCOMPARE(result.matches, matches);
+    QCOMPARE(result.reason, reason);
+    const QJsonObject json = result.toJson();
+    QCOMPARE(json.keys(), (QStringList{QStringLiteral("found"), QStringLiteral("matches"), QStringLiteral("page"),
+                                       QStringLiteral("reason"), QStringLiteral("returned"), QStringLiteral("tagName"),
+                                       QStringLiteral("text")}));
+    QCOMPARE(json.value(QStringLiteral("reason")).isNull(), reason.isEmpty());
+    QCOMPARE(json.value(QStringLiteral("returned")).isNull(), returned < 0);
+}
+
+void tst_RunCommand::tooManyElements()
+{
+    for (const int elements : {32767, 32768}) {
+        QByteArray html("<html><head></head><body>");
+        for (int i = 3; i < elements; ++i)
+            html.append("<p></p>");
+        const DocumentPtr document = parseHtmlDocument(html, QString());
+        QCOMPARE(document->length(), elements);
+        const RunResult result = EvaluateQuery(*document, query(QStringLiteral("x"), 0), WildcardMatcher());
+        QCOMPARE(result.reason, elements == 32767 ? QStringLiteral("no-match") : QStringLiteral("too-many-elements"));
+    }
+}
+
+void tst_RunCommand::markersFromSetValues()
+{
+    QueryFile file;
+    file.Url1 = QStringLiteral("http://shop/%Region%/%item%");
+    file.SearchText = QStringLiteral("%ITEM%*");
+    file.ElemAttribs = {QStringLiteral("a=1"), QString(), QStringLiteral("b=2")};
+    const RunnableQuery runnable = RunnableQuery::from(file, {{QStringLiteral("region"), QStringLiteral("north")},
+                                                              {QStringLiteral("item"), QStringLiteral("42")}});
+    QCOMPARE(runnable.url, QStringLiteral("http://shop/north/42"));
+    QCOMPARE(runnable.searchText, QStringLiteral("42*"));
+    QCOMPARE(runnable.filters, QStringList{QStringLiteral("a=1")}); // as the search walks them
+    try {
+        RunnableQuery::from(file, {{QStringLiteral("region"), QStringLiteral("north")}});
+        QFAIL("a marker without a value must fail");
+    } catch (const RunError &error) {
+        QVERIFY2(error.message().contains(QStringLiteral("%item%")), qPrintable(error.message()));
+    }
+    file.Url1 = QStringLiteral("%loop%");
+    QVERIFY_THROWS_EXCEPTION(RunError, RunnableQuery::from(file, {{QStringLiteral("loop"), QStringLiteral("%loop%")},
+                                                                  {QStringLiteral("item"), QStringLiteral("1")}}));
+}
+
+void tst_RunCommand::jsonAndExitStatus()
+{
+    const QStringList set{QStringLiteral("--set"), QStringLiteral("region=n"), QStringLiteral("--set"), QStringLiteral("FRUIT=Pears")};
+    // No page given: the query's own address, relative to the query file.
+    Run run = runTamberline(QStringList{QStringLiteral("run"), m_query, QStringLiteral("--format"), QStringLiteral("json")} + set);
+    QCOMPARE(run.status, 0);
+    QList<QJsonObject> lines = jsonLines(run.out);
+    QCOMPARE(lines.size(), 1);
+    QCOMPARE(lines.first().value(QStringLiteral("text")).toString(), QStringLiteral("0.95"));
+
+    // Pages in input order, whatever the jobs; one without a result makes the status 1.
+    const QString missing = m_dir.filePath(QStringLiteral("missing.html"));
+    run = runTamberline(QStringList{QStringLiteral("run"), m_query, m_page, missing, m_page, QStringLiteral("--format=json"),
+                                    QStringLiteral("--jobs"), QStringLiteral("3")} + set);
+    QCOMPARE(run.status, 1);
+    lines = jsonLines(run.out);
+    QCOMPARE(lines.size(), 3);
+    QCOMPARE(lines.at(0).value(QStringLiteral("page")).toString(), m_page);
+    QCOMPARE(lines.at(1).value(QStringLiteral("reason")).toString(), QStringLiteral("page-error"));
+    QVERIFY(lines.at(1).value(QStringLiteral("found")).isNull());
+    QCOMPARE(lines.at(2).value(QStringLiteral("returned")).toInt(), 11);
+    QVERIFY(run.err.contains("missing.html"));
+}
+
+void tst_RunCommand::standardInputAndText()
+{
+    const Run run = runTamberline({QStringLiteral("run"), m_query, QStringLiteral("-"), QStringLiteral("--set"),
+                                   QStringLiteral("region=n"), QStringLiteral("--set"), QStringLiteral("fruit=apples")},
+                                  shop);
+    QCOMPARE(run.status, 0);
+    QCOMPARE(run.out, QByteArray("1.20\n"));
+}
+
+void tst_RunCommand::badArgumentsAndQueries_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QByteArray>("queryText");
+    QTest::addColumn<QString>("message");
+    const QByteArray good = R"({"Url1": "", "AllowNav2": false, "SearchText": "x", "NodeOffset": 0, "ElemAttribs": []})";
+    QTest::newRow("no query") << QStringList{} << good << QStringLiteral("usage");
+    QTest::newRow("unknown engine") << QStringList{QStringLiteral("--engine"), QStringLiteral("fast")} << good
+                                    << QStringLiteral("--engine is static or browser");
+    QTest::newRow("unknown format") << QStringList{QStringLiteral("--format"), QStringLiteral("xml")} << good
+                                    << QStringLiteral("--format is text or json");
+    QTest::newRow("bad jobs") << QStringList{QStringLiteral("--jobs"), QStringLiteral("0")} << good << QStringLiteral("--jobs");
+    QTest::newRow("set without =") << QStringList{QStringLiteral("--set"), QStringLiteral("x")} << good
+                                   << QStringLiteral("--set wants name=value");
+    QTest::newRow("not JSON") << QStringList{} << QByteArray("{\"Url1\":") << QStringLiteral("not valid JSON");
+    QTest::newRow("missing field") << QStringList{} << QByteArray(R"({"Url1": ""})") << QStringLiteral("missing key");
+    QTest::newRow("wrong type") << QStringList{} << QByteArray(R"({"Url1": 1, "AllowNav2": false, "SearchText": "", "NodeOffset": 0, "ElemAttribs": []})")
+                                << QStringLiteral("\"Url1\" must be a string");
+    QTest::newRow("no address, no page") << QStringList{} << good << QStringLiteral("no address");
+}
+
+void tst_RunCommand::badArgumentsAndQueries()
+{
+    QFETCH(QStringList, arguments);
+    QFETCH(QByteArray, queryText);
+    QFETCH(QString, message);
+    const QString path = m_dir.filePath(QStringLiteral("bad.json"));
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    file.write(queryText);
+    file.close();
+    QStringList all{QStringLiteral("run")};
+    if (QString::fromLatin1(QTest::currentDataTag()) != u"no query")
+        all.append(path);
+    const Run run = runTamberline(all + arguments);
+    QCOMPARE(run.status, 2);
+    QVERIFY2(QString::fromUtf8(run.err).contains(message), run.err.constData());
+    QVERIFY(run.out.isEmpty());
+}
+
+void tst_RunCommand::checkPrintsATable()
+{
+    const Run run = runTamberline({QStringLiteral("check"), m_query, m_page, m_page, QStringLiteral("--set"), QStringLiteral("region=x"),
+                                   QStringLiteral("--set"), QStringLiteral("fruit=plums")});
+    QCOMPARE(run.status, 1);
+    const QList<QByteArray> rows = run.out.trimmed().split('\n');
+    QCOMPARE(rows.size(), 3);
+    QVERIFY(rows.at(0).startsWith("page"));
+    QVERIFY(rows.at(1).contains("no-match"));
+}
+
+QTEST_GUILESS_MAIN(tst_RunCommand)
+#include "tst_runcommand.moc"
