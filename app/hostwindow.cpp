@@ -3,6 +3,9 @@
 #include "platform/dialogs.h"
 #include "platform/handlerguard.h"
 #include "platform/runtimeerror.h"
+#include "pagesource.h"
+#include "parser/wildcardmatcher.h"
+#include "queryrunner.h"
 #include "ui_hostwindow.h"
 
 #include <QCloseEvent>
@@ -55,6 +58,7 @@ HostWindow::HostWindow(QWidget *parent)
     connect(ui->cmdEditWizard, &QPushButton::clicked, this, [this] { editQuery(&Tamberline::EditWizard); });
     connect(ui->cmdEditProperties, &QPushButton::clicked, this, [this] { editQuery(&Tamberline::EditProperties); });
 
+    connect(ui->cmdRun, &QPushButton::clicked, this, &HostWindow::runQuery);
     connect(ui->actOpen, &QAction::triggered, this, [this] {
         if (!maybeSave())
             return;
@@ -148,6 +152,41 @@ void HostWindow::editQuery(bool (Tamberline::*edit)())
         if ((m_control.*edit)())
             showQuery();
     });
+}
+
+void HostWindow::runQuery()
+{
+    RunResult result;
+    try {
+        // Markers are filled as in the designer: example values asked once and remembered.
+        const RunnableQuery query = RunnableQuery::substituted(QueryFile::readFrom(m_control));
+        const PageSource source = PageSource::fromAddress(query.url);
+        const DocumentPtr document = readStaticDocument(source);
+        result = EvaluateQuery(*document, query, WildcardMatcher());
+        result.page = source.name;
+    } catch (const PageError &error) {
+        result.reason = QStringLiteral("page-error");
+        result.message = error.message();
+    } catch (const RuntimeError &error) {
+        result.reason = QStringLiteral("page-error");
+        result.message = runtimeErrorText(error);
+    }
+    showResult(result);
+}
+
+void HostWindow::showResult(const RunResult &result)
+{
+    const auto element = [&](int index) {
+        return index < 0 ? tr("none") : tr("element %1").arg(index);
+    };
+    ui->lblFound->setText(element(result.found));
+    ui->lblReturned->setText(result.returned < 0 ? element(-1) : tr("element %1, %2").arg(result.returned).arg(result.tagName));
+    ui->lblMatches->setText(result.found < 0 && result.matches == 0 ? QStringLiteral("0")
+                            : result.matches > 1                   ? tr("%1 (the search text and filters fit several elements)").arg(result.matches)
+                                                                   : QString::number(result.matches));
+    ui->txtResultText->setPlainText(result.succeeded() ? result.text : result.reason + QStringLiteral(": ") + result.message);
+    statusBar()->showMessage(result.succeeded() ? tr("The query returns element %1").arg(result.returned)
+                                                : tr("The query returns nothing: %1").arg(result.reason));
 }
 
 void HostWindow::updateTitle()

@@ -2,6 +2,7 @@
 
 #include "control/tamberlinecontrol.h"
 #include "queryfile.h"
+#include "queryrunner.h"
 
 #include <QMainWindow>
 
@@ -27,6 +28,9 @@ public:
     bool saveFile(const QString &path);
     bool isModified() const;
 
+    // What the query returns on its page, shown beside it.
+    void runQuery();
+
 public slots:
     void openPageParser() { editQuery(&Tamberline::EditQueryItem); }
 
@@ -35,6 +39,7 @@ protected:
 
 private:
     void showQuery();
+    void showResult(const RunResult &result);
     void editQuery(bool (Tamberline::*edit)());
     void updateTitle();
     bool maybeSave();
