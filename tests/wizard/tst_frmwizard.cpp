@@ -1,5 +1,8 @@
+#include "control/tamberlinecontrol.h"
 #include "freshquery.h"
+#include "platform/runtimeerror.h"
 #include "scripteddialogs.h"
+#include "wizard/attributelistbox.h"
 #include "wizard/frmwizard.h"
 #include "wizard/wizardsummary.h"
 
@@ -69,6 +72,8 @@ private slots:
     void offsetCheck_data();
     void offsetCheck();
     void attributeList();
+    void editWizard_data();
+    void editWizard();
 };
 
 void tst_FrmWizard::summary_data()
@@ -195,6 +200,59 @@ void tst_FrmWizard::attributeList()
     QCOMPARE(wizard.findChild<QPlainTextEdit *>(u"txtSummary"_s)->toPlainText(),
              u"Browse to URL: a\n\nReturn node with offset: \"0\"\n\nIn node with the following attributes: \n\tid=b\n\tID=c\n\n"_s);
     QVERIFY2(script.done(), qPrintable(script.pending()));
+}
+
+void tst_FrmWizard::editWizard_data()
+{
+    QTest::addColumn<QString>("presses");
+    QTest::addColumn<QString>("offset");
+    QTest::addColumn<int>("error");
+    QTest::addColumn<QStringList>("after"); // Url1, SearchText, NodeOffset, stored filters
+    const QStringList stored{u"a=1"_s, u" "_s, u"c=3"_s};
+    QTest::newRow("cancelled changes nothing") << u"Esc"_s << u"-12"_s << 0 << QStringList{u"old"_s, u"old*"_s, u"7"_s} + stored;
+    QTest::newRow("accepted copies every line, blank ones too")
+        << u"Finish Finish"_s << u"-12"_s << 0 << QStringList{u"new"_s, u"new*"_s, u"-12"_s, u"a=1"_s, u"  "_s, u"d=4"_s};
+    QTest::newRow("letters in the offset fail after the texts")
+        << u"Finish Finish"_s << u"abc"_s << 13 << QStringList{u"new"_s, u"new*"_s, u"7"_s} + stored;
+}
+
+void tst_FrmWizard::editWizard()
+{
+    QFETCH(QString, presses);
+    QFETCH(QString, offset);
+    QFETCH(int, error);
+    QFETCH(QStringList, after);
+    ScriptedDialogs script;
+    Tamberline control;
+    control.setUrl1(u"old"_s);
+    control.setSearchText(u"old*"_s);
+    control.setNodeOffset(7);
+    for (const QString &entry : {u"a=1"_s, u" "_s, u"c=3"_s})
+        control.setElemAttribs(-1, entry);
+    QStringList filled;
+    script.onModal([&](QWidget *window) {
+        auto *wizard = qobject_cast<frmWizard *>(window);
+        filled = QStringList{wizard->windowTitle(), wizard->txtURL()->text(), wizard->txtSearchText()->text(),
+                             wizard->txtSearchTextOffst()->text()} + AttributeListBox::lines(wizard->lstProps());
+        wizard->txtURL()->setText(u"new"_s);
+        wizard->txtSearchText()->setText(u"new*"_s);
+        wizard->txtSearchTextOffst()->setText(offset);
+        wizard->lstProps()->addItems({u"  "_s, u"d=4"_s});
+        press(wizard, presses);
+    });
+    int raised = 0;
+    bool result = false;
+    try {
+        result = control.EditWizard();
+    } catch (const RuntimeError &failure) {
+        raised = failure.number();
+    }
+    QVERIFY2(script.done(), qPrintable(script.pending()));
+    QCOMPARE(filled, (QStringList{u"Search Wizard -- Step 1 of 5"_s, u"old"_s, u"old*"_s, u"7"_s, u"a=1"_s}));
+    QCOMPARE(raised, error);
+    QCOMPARE(result, presses.contains(u"Finish") && !error);
+    QCOMPARE(QStringList({control.Url1(), control.SearchText(), QString::number(control.NodeOffset())}) + control.storedAttribs(),
+             after);
 }
 
 QTEST_MAIN(tst_FrmWizard)
