@@ -1,10 +1,16 @@
 #include "tamberlinecontrol.h"
 
+#include "attribwalk.h"
 #include "controlthreadstate.h"
 #include "parser/frmmain.h"
-#include "platform/runtimeerror.h"
+#include "platform/conversions.h"
+#include "platform/dialogs.h"
 #include "platform/webpage.h"
 #include "wizard/editattributefilters.h"
+#include "wizard/frmwizard.h"
+
+#include <QLineEdit>
+#include <QListWidget>
 
 #include <cstring>
 
@@ -64,8 +70,25 @@ bool Tamberline::EditQueryItem()
 
 bool Tamberline::EditWizard()
 {
-    throw RuntimeError(ErrorNumber::ActionNotSupported,
-                       QStringLiteral("EditWizard is not available yet: the Search Wizard is not built"));
+    // No error trap: a failure reaches the host, and what was written before it stays.
+    frmWizard wizard;
+    wizard.PrepareWizard();
+    wizard.txtURL()->setText(Url1());
+    wizard.txtSearchText()->setText(SearchText());
+    wizard.txtSearchTextOffst()->setText(QString::number(NodeOffset()));
+    for (const QString &entry : walkElemAttribs(*this))
+        wizard.lstProps()->addItem(entry);
+    Dialogs::showModal(&wizard);
+    if (wizard.Confirmed()) {
+        setUrl1(wizard.txtURL()->text());
+        setSearchText(wizard.txtSearchText()->text());
+        setNodeOffset(convertToInt32(wizard.txtSearchTextOffst()->text()));
+        ClearAttribs();
+        // Every line, blank ones too: unlike the other walks this one counts lines.
+        for (int i = 0; i < wizard.lstProps()->count(); ++i)
+            setElemAttribs(-1, wizard.lstProps()->item(i)->text());
+    }
+    return wizard.Confirmed();
 }
 
 QVariant Tamberline::invoke(int32_t dispid, DispatchKind kind, const QVariantList &args)

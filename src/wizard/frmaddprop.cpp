@@ -1,6 +1,6 @@
 #include "frmaddprop.h"
 
-#include "attributelist.h"
+#include "attributelistbox.h"
 #include "platform/dialogs.h"
 #include "platform/selectonfocus.h"
 #include "ui_frmaddprop.h"
@@ -15,11 +15,9 @@ frmAddProp::frmAddProp(QWidget *parent)
     selectAllOnFocus(ui->txtPropName);
     selectAllOnFocus(ui->txtPropValue);
     connect(ui->cmdAddProp, &QPushButton::clicked, this, &frmAddProp::cmdAddProp_Click);
-    connect(ui->cmdRemoveProp, &QPushButton::clicked, this, [this] {
-        if (QListWidgetItem *selected = ui->lstProps->currentItem(); selected && selected->isSelected())
-            delete selected;
-    });
-    connect(ui->lstProps, &QListWidget::itemClicked, this, &frmAddProp::lstProps_Click);
+    connect(ui->cmdRemoveProp, &QPushButton::clicked, this, [this] { AttributeListBox::removeSelected(ui->lstProps); });
+    connect(ui->lstProps, &QListWidget::itemClicked, this,
+            [this] { AttributeListBox::showSelected(ui->lstProps, ui->txtPropName, ui->txtPropValue); });
     connect(ui->cmdFinish, &QPushButton::clicked, this, [this] {
         m_confirmed = true;
         hide();
@@ -49,11 +47,7 @@ void frmAddProp::ResetList()
 
 bool frmAddProp::AddProp(const QString &name, const QString &value)
 {
-    QStringList entries = lines();
-    if (!AttributeList::add(entries, name, value))
-        return false;
-    setLines(entries);
-    return true;
+    return AttributeListBox::add(ui->lstProps, name, value);
 }
 
 QString frmAddProp::GetAttributeLine(int16_t index) const
@@ -73,16 +67,7 @@ void frmAddProp::SetAttributeLine(int16_t index, const QString &text)
 
 QStringList frmAddProp::lines() const
 {
-    QStringList entries;
-    for (int i = 0; i < ui->lstProps->count(); ++i)
-        entries.append(ui->lstProps->item(i)->text());
-    return entries;
-}
-
-void frmAddProp::setLines(const QStringList &lines)
-{
-    ui->lstProps->clear();
-    ui->lstProps->addItems(lines);
+    return AttributeListBox::lines(ui->lstProps);
 }
 
 void frmAddProp::cmdAddProp_Click()
@@ -90,16 +75,6 @@ void frmAddProp::cmdAddProp_Click()
     if (!AddProp(ui->txtPropName->text(), ui->txtPropValue->text()))
         Dialogs::messageBox(QStringLiteral("Please type in an attribute name"), Dialogs::OkOnly | Dialogs::Critical);
     ui->txtPropName->setFocus();
-}
-
-void frmAddProp::lstProps_Click()
-{
-    const QListWidgetItem *selected = ui->lstProps->currentItem();
-    QString name, value;
-    if (selected && selected->isSelected() && AttributeList::split(selected->text(), name, value)) {
-        ui->txtPropName->setText(name);
-        ui->txtPropValue->setText(value);
-    }
 }
 
 bool frmAddProp::event(QEvent *event)

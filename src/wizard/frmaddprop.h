@@ -32,9 +32,7 @@ protected:
     bool event(QEvent *event) override;
 
 private:
-    void setLines(const QStringList &lines);
     void cmdAddProp_Click();
-    void lstProps_Click();
 
     std::unique_ptr<Ui::frmAddProp> ui;
     bool m_confirmed = false;
