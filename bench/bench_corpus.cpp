@@ -1,0 +1,61 @@
+// Where the time of a run goes on real pages: gumbo's own parse, the snapshot built from it,
+// and the query's evaluation. Prints shares; the corpus folder is the argument.
+#include "parser/wildcardmatcher.h"
+#include "platform/gumbodocument.h"
+#include "queryrunner.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QElapsedTimer>
+
+#include <gumbo.h>
+
+#include <cstdio>
+
+int main(int argc, char *argv[])
+{
+    QCoreApplication app(argc, argv);
+    const QDir folder(argc > 1 ? QString::fromLocal8Bit(argv[1]) : QStringLiteral("bench/.cache/package/files"));
+    QList<QByteArray> pages;
+    qint64 bytes = 0;
+    for (const QString &name : folder.entryList({QStringLiteral("*.html")}, QDir::Files)) {
+        QFile file(folder.filePath(name));
+        if (file.open(QIODevice::ReadOnly))
+            pages.append(file.readAll());
+        bytes += pages.last().size();
+    }
+    if (pages.isEmpty()) {
+        std::fprintf(stderr, "no pages in %s\n", qPrintable(folder.path()));
+        return 1;
+    }
+    RunnableQuery query;
+    query.searchText = QStringLiteral("*a*");
+    query.filters = {QStringLiteral("tagName=a")};
+    const WildcardMatcher matcher;
+
+    qint64 parseOnly = 0, snapshot = 0, evaluation = 0, elements = 0;
+    QElapsedTimer timer;
+    for (const QByteArray &page : pages) {
+        timer.start();
+        GumboOutput *output = gumbo_parse_with_options(&kGumboDefaultOptions, page.constData(), size_t(page.size()));
+        parseOnly += timer.nsecsElapsed();
+        gumbo_destroy_output(&kGumboDefaultOptions, output);
+
+        timer.start();
+        const DocumentPtr document = parseHtmlDocument(page, QString());
+        snapshot += timer.nsecsElapsed();
+        timer.start();
+        EvaluateQuery(*document, query, matcher);
+        evaluation += timer.nsecsElapsed();
+        elements += document->length();
+    }
+    const double total = double(snapshot + evaluation);
+    std::printf("%lld pages, %.1f MB, %lld elements, one thread:\n", qint64(pages.size()), bytes / 1e6, elements);
+    std::printf("  gumbo's parse alone            %7.1f ms  %6.1f MB/s\n", parseOnly / 1e6, bytes / 1e3 / (parseOnly / 1e6));
+    std::printf("  parse and snapshot             %7.1f ms  %6.1f MB/s\n", snapshot / 1e6, bytes / 1e3 / (snapshot / 1e6));
+    std::printf("  query evaluation               %7.1f ms\n", evaluation / 1e6);
+    std::printf("  end to end (snapshot + query)  %7.1f ms  %6.1f MB/s\n", total / 1e6, bytes / 1e3 / (total / 1e6));
+    std::printf("  share outside gumbo's parse    %6.1f %%\n", 100.0 * (total - double(parseOnly)) / total);
+    std::printf("  share of query evaluation      %6.1f %%\n", 100.0 * double(evaluation) / total);
+    return 0;
+}
