@@ -16,7 +16,7 @@ fi
 if [ ! -d "$cache/node_modules/cheerio" ]; then
     (cd "$cache" && npm install --silent --no-audit --no-fund cheerio >/dev/null)
 fi
-if ! python3 -c "import bs4, lxml" 2>/dev/null; then
+if ! /usr/bin/python3 -c "import bs4, lxml" 2>/dev/null; then
     if [ "$(id -u)" -eq 0 ]; then
         DEBIAN_FRONTEND=noninteractive apt-get install -y -qq python3-bs4 python3-lxml >/dev/null
     else
@@ -45,8 +45,8 @@ measure() { # label, command...
 echo "corpus: $pages pages, $(echo "$bytes / 1000000" | bc -l | cut -c1-5) MB; $cores cores"
 measure tamberline_1_job "$program" run "$here/query.json" $files --format json --jobs 1 || true
 measure tamberline_all_cores "$program" run "$here/query.json" $files --format json --jobs "$cores" || true
-measure cheerio sh -c "cd '$cache' && node '$here/cheerio-query.js' $files"
-measure beautifulsoup_lxml python3 "$here/bs4_query.py" $files
+measure cheerio env NODE_PATH="$cache/node_modules" node "$here/cheerio-query.js" $files
+measure beautifulsoup_lxml /usr/bin/python3 "$here/bs4_query.py" $files
 
 echo
 printf "cheerio / tamberline (1 job):             %.1f times as long\n" "$(echo "$time_cheerio / $time_tamberline_1_job" | bc -l)"
