@@ -2,7 +2,7 @@
 BUILD_DIR := build
 TEST_ENV := QT_QPA_PLATFORM=offscreen QTWEBENGINE_DISABLE_SANDBOX=1
 
-.PHONY: all deps configure build run test clean
+.PHONY: all deps configure build run test fuzz clean
 
 all: build
 
@@ -20,6 +20,13 @@ run: build
 
 test: build
 	@cd $(BUILD_DIR) && env $(TEST_ENV) ctest --output-on-failure --timeout 300 -j2
+
+# Fuzz targets with libFuzzer, ASan and UBSan, FUZZ_SECONDS each (default 300).
+fuzz: deps
+	@sh scripts/ensure-deps.sh clang-14 libclang-rt-14-dev
+	@cmake --preset fuzz >/dev/null
+	@cmake --build --preset fuzz --target fuzz_page fuzz_queryfile fuzz_wildcard fuzz_substitute
+	@sh scripts/fuzz.sh
 
 clean:
 	rm -rf $(BUILD_DIR)

@@ -44,11 +44,11 @@ bool ChangesDetected(Tamberline *control, const PageParserFields &fields)
             return true;
     }
     for (const QString &entry : entries) {
-        const auto [name, value] = splitEntry(entry);
+        const std::pair<QString, QString> split = splitEntry(entry);
         const auto row = std::find_if(fields.rows.begin(), fields.rows.end(), [&](const PageParserFields::Row &r) {
-            return r.checked && comparable(r.name) == name;
+            return r.checked && comparable(r.name) == split.first;
         });
-        if (row == fields.rows.end() || comparable(row->value) != value)
+        if (row == fields.rows.end() || comparable(row->value) != split.second)
             return true;
     }
     return false;
