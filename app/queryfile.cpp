@@ -54,8 +54,14 @@ QString relativeAddress(const QString &address, const QString &folder)
     const QString prefix = folderUrl(folder);
     if (folder.isEmpty() || !address.startsWith(prefix))
         return address;
-    const QString relative = address.mid(prefix.size());
-    return relative.isEmpty() || hasScheme(relative) ? address : relative;
+    const QString rest = address.mid(prefix.size());
+    const qsizetype end = rest.indexOf(QRegularExpression(QStringLiteral("[?#]")));
+    const QString file = QUrl::fromPercentEncoding((end < 0 ? rest : rest.left(end)).toUtf8());
+    // Only a name that reads back as the same file is written relative.
+    if (file.isEmpty() || hasScheme(file) || file.contains(QRegularExpression(QStringLiteral("[%?#]"))))
+        return address;
+    const QString relative = file + (end < 0 ? QString() : rest.mid(end));
+    return resolveAddress(relative, folder) == address ? relative : address;
 }
 
 } // namespace

@@ -45,8 +45,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     // Polynomial by construction: even the longest inputs the fuzzer makes stay well inside this.
     if (timer.elapsed() > 2000)
         std::abort();
-    // The definition is exponential in the number of stars: compare only where it can answer.
-    if (pattern.count(u'*') <= 6 && text.size() <= 64 && pattern.size() <= 64) {
+    // The definition is exponential in the number of stars: compare only where it answers in
+    // good time.
+    if (pattern.count(u'*') <= 4 && text.size() <= 32 && pattern.size() <= 48) {
         const QString reference = outcome([&] { return WildcardReference::MatchWildcard(text, pattern, [random] { return random; }); });
         if (fast != reference)
             std::abort();

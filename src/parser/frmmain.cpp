@@ -68,6 +68,7 @@ frmMain::frmMain(QWidget *parent)
         return true;
     });
     connect(m_page, &QWebEnginePage::loadingChanged, this, &frmMain::onLoadingChanged);
+    connect(m_page, &QWebEnginePage::renderProcessTerminated, this, &frmMain::onRendererEnded);
     connect(m_page, &QWebEnginePage::loadProgress, this, [this](int percent) {
         m_progress->showProgress(m_statusPanel, percent, 100);
     });
@@ -550,6 +551,25 @@ void frmMain::onLoadingChanged(const QWebEngineLoadingInfo &info)
         if (serial == m_loadSerial && !m_loading)
             DocumentComplete(document);
     });
+}
+
+void frmMain::onRendererEnded(QWebEnginePage::RenderProcessTerminationStatus status, int exitCode)
+{
+    if (status == QWebEnginePage::NormalTerminationStatus)
+        return;
+    // A hostile page can bring its renderer down (a DOM thousands of levels deep does): nothing
+    // more will come from it, so nothing waits for it either.
+    ++m_loadSerial;
+    m_loading = false;
+    m_documentComplete = true;
+    m_progress->hide();
+    const QString what = status == QWebEnginePage::KilledTerminationStatus ? QStringLiteral("was stopped")
+                                                                           : QStringLiteral("crashed (code %1)").arg(exitCode);
+    runHandler(this, HandlerOrigin::User, [&] {
+        throw RuntimeError(ErrorNumber::ObjectRequired,
+                           QStringLiteral("The browser process of the page %1; the page cannot be read. Go loads it again.").arg(what));
+    });
+    emit documentCompleted();
 }
 
 void frmMain::DocumentComplete(const DocumentPtr &document)

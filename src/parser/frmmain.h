@@ -11,6 +11,7 @@
 #include "platform/document.h"
 
 #include <QMainWindow>
+#include <QWebEnginePage>
 #include <QPointer>
 #include <QStringList>
 
@@ -126,6 +127,7 @@ private:
     void todoSequencer_Timer();
     void beginProgress();
     void onLoadingChanged(const QWebEngineLoadingInfo &info);
+    void onRendererEnded(QWebEnginePage::RenderProcessTerminationStatus status, int exitCode);
     void DocumentComplete(const DocumentPtr &document);
     void writeQueryBack();
     PageParserFields fields() const;

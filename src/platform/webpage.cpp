@@ -9,6 +9,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QPointer>
+#include <QTimer>
 #include <QWebChannel>
 #include <QWebEngineProfile>
 #include <QWebEngineScriptCollection>
@@ -52,6 +53,15 @@ void lockDown(QWebEngineSettings *settings)
     settings->setUnknownUrlSchemePolicy(QWebEngineSettings::DisallowUnknownUrlSchemes);
 }
 
+const QString MissingBridge = QStringLiteral("__tamberline_missing__");
+
+// One namespaced call of the bridge; arguments travel as JSON, never spliced in as text.
+QString bridgeCall(const QString &function, const QJsonArray &arguments, const QString &whenMissing)
+{
+    return QStringLiteral("window.__tamberline ? window.__tamberline.") + function + QStringLiteral(".apply(null, ")
+           + QString::fromUtf8(QJsonDocument(arguments).toJson(QJsonDocument::Compact)) + QStringLiteral(") : ") + whenMissing;
+}
+
 } // namespace
 
 QWebEngineProfile *WebPage::sharedProfile()
@@ -80,6 +90,9 @@ WebPage::WebPage(QObject *parent)
     auto *channel = new QWebChannel(this);
     channel->registerObject(QStringLiteral("pageEvents"), m_bridge);
     setWebChannel(channel, SafeJsWorld);
+    // Scripts sent to a renderer that has gone would wait for an answer that never comes.
+    connect(this, &QWebEnginePage::renderProcessTerminated, this, [this] { m_rendererGone = true; });
+    connect(this, &QWebEnginePage::loadStarted, this, [this] { m_rendererGone = false; });
 }
 
 bool WebPage::isAllowedScheme(const QString &scheme)
@@ -118,17 +131,36 @@ void WebPage::javaScriptConsoleMessage(JavaScriptConsoleMessageLevel, const QStr
 
 void WebPage::callBridge(const QString &function, const QJsonArray &arguments, std::function<void(const QVariant &)> done)
 {
-    // Arguments travel as JSON, never spliced into the script as text.
-    const QString encoded = QString::fromUtf8(QJsonDocument(arguments).toJson(QJsonDocument::Compact));
-    const QString script = QStringLiteral("window.__tamberline ? window.__tamberline.") + function
-                           + QStringLiteral(".apply(null, ") + encoded + QStringLiteral(") : undefined");
-    if (!done) {
-        runJavaScript(script, SafeJsWorld);
+    if (m_rendererGone) {
+        if (done)
+            QTimer::singleShot(0, this, [done = std::move(done)] { done(QVariant()); });
         return;
     }
+    const QString script = bridgeCall(function, arguments, u'\'' + MissingBridge + u'\'');
     QPointer<WebPage> self(this);
-    runJavaScript(script, SafeJsWorld, [self, done = std::move(done)](const QVariant &result) {
-        if (self)
+    runJavaScript(script, SafeJsWorld, [self, function, arguments, done = std::move(done)](const QVariant &result) mutable {
+        if (!self)
+            return;
+        // A renderer started after a crash does not get the profile's scripts again: bring the
+        // bridge in by hand, once, and ask again.
+        if (result.toString() == MissingBridge) {
+            self->runJavaScript(bridgeSource(), SafeJsWorld, [self, function, arguments, done = std::move(done)](const QVariant &) mutable {
+                if (self)
+                    self->callBridgeOnce(function, arguments, std::move(done));
+            });
+            return;
+        }
+        if (done)
+            done(result);
+    });
+}
+
+void WebPage::callBridgeOnce(const QString &function, const QJsonArray &arguments, std::function<void(const QVariant &)> done)
+{
+    QPointer<WebPage> self(this);
+    runJavaScript(bridgeCall(function, arguments, QStringLiteral("undefined")), SafeJsWorld,
+                  [self, done = std::move(done)](const QVariant &result) {
+        if (self && done)
             done(result);
     });
 }

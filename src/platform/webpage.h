@@ -64,9 +64,11 @@ protected:
 
 private:
     void callBridge(const QString &function, const QJsonArray &arguments, std::function<void(const QVariant &)> done = {});
+    void callBridgeOnce(const QString &function, const QJsonArray &arguments, std::function<void(const QVariant &)> done);
 
     NavigationGuard m_guard;
     PageBridge *m_bridge;
+    bool m_rendererGone = false;
 };
 
 // Why the browser engine cannot start here, or empty when it can: as root its sandbox fails
