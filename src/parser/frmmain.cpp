@@ -155,6 +155,8 @@ frmMain::frmMain(QWidget *parent)
     ui->verBalancer->installEventFilter(this);
     qApp->installEventFilter(this);
     restorePlacement();
+    if (const QString notice = SettingsStore::takeNotice(); !notice.isEmpty())
+        ui->stts->showMessage(notice, 30000);
     m_favoriteItems.append(ui->mnu_Favorites_Nav_0);
     connect(ui->mnu_Favorites_Nav_0, &QAction::triggered, this, [this] { mnu_Favorites_Nav_Click(0); });
     connect(ui->mnu_Favorites_Add, &QAction::triggered, this, &frmMain::mnu_Favorites_Add_Click);

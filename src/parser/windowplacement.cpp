@@ -2,6 +2,7 @@
 
 #include "platform/settingsstore.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace {
@@ -24,6 +25,9 @@ double readNumber(const QString &key, double current)
 WindowPlacement WindowPlacement::clampedTo(double screenWidth, double screenHeight) const
 {
     WindowPlacement p = *this;
+    // Settings written by hand or broken can hold sizes no window could be seen at.
+    p.width = std::max(p.width, std::min(MinimumWidth, screenWidth));
+    p.height = std::max(p.height, std::min(MinimumHeight, screenHeight));
     if (p.top < 0)
         p.top = 0;
     if (p.left < 0)

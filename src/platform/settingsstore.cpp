@@ -1,16 +1,58 @@
 #include "settingsstore.h"
 
+#include <QDateTime>
+#include <QDir>
+#include <QFile>
 #include <QSettings>
+
+#include <utility>
 
 namespace SettingsStore {
 
 namespace {
 
-// INI on every platform, so tests redirect it with QSettings::setPath(IniFormat, UserScope, …).
-QSettings openStore()
+QString &notice()
+{
+    static QString text;
+    return text;
+}
+
+QSettings plainStore()
 {
     const QString name = QString::fromUtf16(ApplicationName);
     return QSettings(QSettings::IniFormat, QSettings::UserScope, name, name);
+}
+
+// A file the store cannot read in full would be rewritten from the part it could read at the
+// next save: keep it aside first, and carry over what was readable.
+void keepBrokenFileAside()
+{
+    QMap<QString, QVariant> readable;
+    QString path;
+    {
+        QSettings probe = plainStore();
+        const QStringList keys = probe.allKeys(); // the file is read, and judged, on first use
+        if (probe.status() != QSettings::FormatError)
+            return;
+        path = probe.fileName();
+        for (const QString &key : keys)
+            readable.insert(key, probe.value(key));
+    }
+    const QString aside = path + QStringLiteral(".unreadable-") + QDateTime::currentDateTime().toString(QStringLiteral("yyyyMMdd-hhmmss"));
+    if (!QFile::rename(path, aside))
+        return;
+    QSettings fresh = plainStore();
+    for (auto it = readable.cbegin(); it != readable.cend(); ++it)
+        fresh.setValue(it.key(), it.value());
+    notice() = QStringLiteral("The settings file could not be read in full. It was kept as %1; what could be read was carried over.")
+                   .arg(QDir::toNativeSeparators(aside));
+}
+
+// INI on every platform, so tests redirect it with QSettings::setPath(IniFormat, UserScope, …).
+QSettings openStore()
+{
+    keepBrokenFileAside();
+    return plainStore();
 }
 
 // The store reads "/" and "\\" in a key as a path, so they travel percent-encoded, and
@@ -49,6 +91,11 @@ QString keyFromStore(const QString &encoded)
 }
 
 } // namespace
+
+QString takeNotice()
+{
+    return std::exchange(notice(), QString());
+}
 
 QString getSetting(const QString &section, const QString &key, const QString &defaultValue)
 {

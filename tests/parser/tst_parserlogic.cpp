@@ -150,12 +150,14 @@ void tst_ParserLogic::placementClamp_data()
 {
     QTest::addColumn<QRectF>("stored");
     QTest::addColumn<QRectF>("placed");
-    // Screen of 1000 by 800.
-    QTest::newRow("fits") << QRectF(100, 50, 400, 300) << QRectF(100, 50, 400, 300);
-    QTest::newRow("negative left and top") << QRectF(-30, -5, 400, 300) << QRectF(0, 0, 400, 300);
-    QTest::newRow("taller than the screen") << QRectF(10, 100, 400, 2000) << QRectF(10, 0, 400, 800);
-    QTest::newRow("past the right edge") << QRectF(900, 10, 400, 300) << QRectF(600, 10, 400, 300);
-    QTest::newRow("wider than the screen") << QRectF(50, 10, 5000, 300) << QRectF(0, 10, 1000, 300);
+    // A screen of 19,200 by 12,000 twips (1280 by 800 pixels).
+    QTest::newRow("fits") << QRectF(1500, 750, 9000, 6000) << QRectF(1500, 750, 9000, 6000);
+    QTest::newRow("negative left and top") << QRectF(-450, -75, 9000, 6000) << QRectF(0, 0, 9000, 6000);
+    QTest::newRow("taller than the screen") << QRectF(150, 1500, 9000, 30000) << QRectF(150, 0, 9000, 12000);
+    QTest::newRow("past the right edge") << QRectF(15000, 150, 9000, 6000) << QRectF(10200, 150, 9000, 6000);
+    QTest::newRow("wider than the screen") << QRectF(750, 150, 75000, 6000) << QRectF(0, 150, 19200, 6000);
+    QTest::newRow("negative size grows to the smallest usable") << QRectF(100, 100, -500, 0) << QRectF(100, 100, 4500, 3000);
+    QTest::newRow("absurd values") << QRectF(1e300, -1e300, 1e300, 1e300) << QRectF(0, 0, 19200, 12000);
 }
 
 void tst_ParserLogic::placementClamp()
@@ -163,7 +165,7 @@ void tst_ParserLogic::placementClamp()
     QFETCH(QRectF, stored);
     QFETCH(QRectF, placed);
     const WindowPlacement in{stored.left(), stored.top(), stored.width(), stored.height()};
-    const WindowPlacement out = in.clampedTo(1000, 800);
+    const WindowPlacement out = in.clampedTo(19200, 12000);
     QCOMPARE(QRectF(out.left, out.top, out.width, out.height), placed);
 }
 

@@ -7,6 +7,7 @@
 
 #include <QAbstractButton>
 #include <QMainWindow>
+#include <QProcess>
 #include <QMessageBox>
 #include <QStatusBar>
 #include <QtTest>
@@ -24,6 +25,8 @@ private slots:
     void handlerErrorsAreReported_data();
     void handlerErrorsAreReported();
     void settingsRoundTrip();
+    void brokenSettingsFileIsKeptAside();
+    void twoProcessesWritingAtOnce();
 };
 
 void tst_Dialogs::messageBoxStyles_data()
@@ -136,6 +139,38 @@ void tst_Dialogs::settingsRoundTrip()
     QVERIFY(favorites.contains(std::pair(QStringLiteral("Shop"), QStringLiteral("http://shop.example/"))));
     QVERIFY(SettingsStore::getAllSettings(QStringLiteral("Nothing")).isEmpty());
     QVERIFY(QFile::exists(settings.iniFile()));
+}
+
+void tst_Dialogs::brokenSettingsFileIsKeptAside()
+{
+    TestSettings settings;
+    // Cut off in the middle of a line, as a full disk or a crash would leave it.
+    QVERIFY(QDir().mkpath(QFileInfo(settings.iniFile()).path()));
+    QFile file(settings.iniFile());
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write("[Favorites]\nKept=http://kept/\n[Preferences]\nWindowLeft=120\nWindowTo");
+    file.close();
+    QCOMPARE(SettingsStore::getSetting(QStringLiteral("Preferences"), QStringLiteral("WindowLeft")), QStringLiteral("120"));
+    QCOMPARE(SettingsStore::getSetting(QStringLiteral("Favorites"), QStringLiteral("Kept")), QStringLiteral("http://kept/"));
+    const QStringList aside = QFileInfo(settings.iniFile()).dir().entryList({QStringLiteral("*.unreadable-*")});
+    QCOMPARE(aside.size(), 1);
+    QFile kept(QFileInfo(settings.iniFile()).dir().filePath(aside.first()));
+    QVERIFY(kept.open(QIODevice::ReadOnly));
+    QVERIFY(kept.readAll().endsWith("WindowTo")); // the file as it was, untouched
+    QVERIFY(SettingsStore::takeNotice().contains(aside.first()));
+    QVERIFY(SettingsStore::takeNotice().isEmpty());
+}
+
+void tst_Dialogs::twoProcessesWritingAtOnce()
+{
+    TestSettings settings;
+    QProcess first, second;
+    const QString writer = QStringLiteral(TAMBERLINE_SETTINGS_WRITER);
+    first.start(writer, {settings.path(), QStringLiteral("first "), QStringLiteral("40")});
+    second.start(writer, {settings.path(), QStringLiteral("second "), QStringLiteral("40")});
+    QVERIFY(first.waitForFinished(60000) && second.waitForFinished(60000));
+    QCOMPARE(first.exitCode() + second.exitCode(), 0);
+    QCOMPARE(SettingsStore::getAllSettings(QStringLiteral("Favorites")).size(), 80);
 }
 
 QTEST_MAIN(tst_Dialogs)
