@@ -9,6 +9,8 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
+#include <sys/resource.h>
+
 namespace {
 
 const QByteArray shop = R"(<html><body><h1>Prices</h1><table>
@@ -69,6 +71,7 @@ private slots:
     void badArgumentsAndQueries_data();
     void badArgumentsAndQueries();
     void checkPrintsATable();
+    void aHugePageThroughTheCommand();
 
 private:
     QTemporaryDir m_dir;
@@ -141,7 +144,7 @@ void tst_RunCommand::evaluation()
 
 void tst_RunCommand::tooManyElements()
 {
-    for (const int elements : {32767, 32768}) {
+    for (const int elements : {32767, 32768, 32769, 100000}) {
         QByteArray html("<html><head></head><body>");
         for (int i = 3; i < elements; ++i)
             html.append("<p></p>");
@@ -256,6 +259,24 @@ void tst_RunCommand::checkPrintsATable()
     QCOMPARE(rows.size(), 3);
     QVERIFY(rows.at(0).startsWith("page"));
     QVERIFY(rows.at(1).contains("no-match"));
+}
+
+void tst_RunCommand::aHugePageThroughTheCommand()
+{
+    const QString path = m_dir.filePath(QStringLiteral("huge.html"));
+    QFile page(path);
+    QVERIFY(page.open(QIODevice::WriteOnly));
+    page.write("<html><head></head><body>");
+    for (int i = 3; i < 100000; ++i)
+        page.write("<p class=\"item\">Pears</p>");
+    page.close();
+    const Run run = runTamberline({QStringLiteral("run"), m_query, path, QStringLiteral("--format"), QStringLiteral("json"),
+                                   QStringLiteral("--set"), QStringLiteral("region=n"), QStringLiteral("--set"), QStringLiteral("fruit=x")});
+    QCOMPARE(run.status, 1);
+    QCOMPARE(jsonLines(run.out).first().value(QStringLiteral("reason")).toString(), QStringLiteral("too-many-elements"));
+    rusage usage{};
+    getrusage(RUSAGE_CHILDREN, &usage);
+    QVERIFY2(usage.ru_maxrss < 1024 * 1024, qPrintable(QStringLiteral("%1 kB").arg(usage.ru_maxrss)));
 }
 
 QTEST_GUILESS_MAIN(tst_RunCommand)
