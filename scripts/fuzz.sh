@@ -10,7 +10,11 @@ for target in $targets; do
     work=build-fuzz/corpus/$target
     crashes=build-fuzz/crashes/$target/
     mkdir -p "$work" "$crashes"
-    cp -n fuzz/corpus/$target/* "$work"/ 2>/dev/null || true
+    cp -n fuzz/corpus/$target/* fuzz/crashers/$target/* "$work"/ 2>/dev/null || true
+    case $target in
+        page) cp -n examples/*.html tests/data/pages/*.html "$work"/ ;;
+        queryfile) cp -n examples/query.json "$work"/ ;;
+    esac
     echo "== $target, $seconds s"
     QT_QPA_PLATFORM=offscreen ASAN_OPTIONS=detect_leaks=0 \
         build-fuzz/fuzz/fuzz_$target -max_total_time="$seconds" -timeout=10 -rss_limit_mb=4096 \
