@@ -41,11 +41,13 @@ void Document::setText(QString text)
 
 Document::TextRange Document::appendText(QStringView text)
 {
+    // A view of the text itself could dangle once the append moves the text.
+    if (!text.isEmpty() && text.data() >= m_text.constData() && text.data() < m_text.constData() + m_text.size())
+        return appendText(text.toString());
     const TextRange range{m_text.size(), text.size()};
     m_text.append(text);
     m_upperText.resize(m_text.size());
-    // From the copy just made: text may have been a view of m_text, which append can move.
-    toUpperKeepingLength(QStringView(m_text).sliced(range.start), m_upperText.data() + range.start);
+    toUpperKeepingLength(text, m_upperText.data() + range.start);
     return range;
 }
 

@@ -164,7 +164,7 @@ DocumentPtr parseHtmlDocument(const QByteArray &html, const QString &url, const 
                                 .arg(number(scan.depth), number(limits.maxDepth)));
     }
     PageTree tree = readTree(input, scan, limits);
-    std::vector<QString> innerTexts = RenderedText::innerTexts(tree, limits.maxInnerTextChars);
+    RenderedText::Texts texts = RenderedText::collect(tree, limits.maxTextChars);
 
     auto document = std::make_shared<Document>();
     document->url = url;
@@ -176,6 +176,7 @@ DocumentPtr parseHtmlDocument(const QByteArray &html, const QString &url, const 
     }
     document->elements.reserve(qsizetype(tree.nodes.size()));
     for (size_t i = 0; i < tree.nodes.size(); ++i)
-        document->elements.append(takeElement(tree, int(i), document->appendText(innerTexts[i])));
+        document->elements.append(takeElement(tree, int(i), texts.innerTexts[i]));
+    document->setText(std::move(texts.text));
     return document;
 }
