@@ -221,7 +221,8 @@ void RenderedText::writeHidden(int root)
         else
             stack.push_back({child, 0, m_hiddenText.size()});
     }
-    // Other elements have no innerText, but an option reads its children's text content.
+    // Text that only SVG and MathML elements hold is nobody's innerText, unless an option
+    // reads it.
     const int parent = m_tree.nodes[size_t(root)].parent;
     if (!html && !(parent >= 0 && m_tree.isHtml(parent, u"option")))
         m_hiddenText.truncate(begin);
