@@ -111,6 +111,6 @@ RunResult EvaluateQuery(const Document &document, const RunnableQuery &query, co
     }
     result.returned = int(returned);
     result.tagName = document.item(result.returned).tagName;
-    result.text = document.item(result.returned).innerText;
+    result.text = document.innerText(result.returned).toString();
     return result;
 }

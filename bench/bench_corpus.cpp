@@ -38,6 +38,7 @@ int main(int argc, char *argv[])
     const WildcardMatcher matcher;
 
     qint64 parseOnly = 0, snapshot = 0, evaluation = 0, textEvaluation = 0, elements = 0;
+    qint64 textChars = 0, innerTextChars = 0;
     QElapsedTimer timer;
     for (const QByteArray &page : pages) {
         timer.start();
@@ -55,6 +56,9 @@ int main(int argc, char *argv[])
         EvaluateQuery(*document, textOnly, matcher);
         textEvaluation += timer.nsecsElapsed();
         elements += document->length();
+        textChars += document->text().size();
+        for (int i = 0; i < document->length(); ++i)
+            innerTextChars += document->innerText(i).size();
     }
     const double total = double(snapshot + evaluation);
     std::printf("%lld pages, %.1f MB, %lld elements, one thread:\n", qint64(pages.size()), bytes / 1e6, elements);
@@ -66,5 +70,10 @@ int main(int argc, char *argv[])
     std::printf("  share of query evaluation      %6.1f %%\n", 100.0 * double(evaluation) / total);
     std::printf("  a text-only query (*price*)    %7.1f ms, %.1f %% of its end to end\n", textEvaluation / 1e6,
                 100.0 * double(textEvaluation) / double(snapshot + textEvaluation));
+    // What one string per element would hold, against the one text the elements share.
+    std::printf("  document text                  %7.1f M characters, %.1f MB with its upper-case copy\n",
+                textChars / 1e6, 4.0 * textChars / 1e6);
+    std::printf("  innerTexts one by one          %7.1f M characters, %.1f times the document text\n",
+                innerTextChars / 1e6, double(innerTextChars) / double(textChars));
     return 0;
 }

@@ -2,6 +2,7 @@
 
 #include "control/tamberlinecontrol.h"
 #include "platform/boundarytypes.h"
+#include "platform/textcase.h"
 #include "platform/textrules.h"
 #include "wildcardmatcher.h"
 
@@ -100,14 +101,14 @@ int ScanDocument(const Document &document, int16_t start, const QString &searchT
     if (matchCount)
         *matchCount = 0;
     const bool hasText = !trimBlanks(searchText).isEmpty();
-    const WildcardMatcher::Prepared pattern = matcher.prepare(searchText.toUpper());
+    const WildcardMatcher::Prepared pattern = matcher.prepare(toUpperKeepingLength(searchText));
     const AttributeFilters attributeFilters(filters);
     // Filters that cannot fail are tested first: the same answers, and most elements are then
     // turned away before their text is read.
     const bool filtersFirst = !attributeFilters.isEmpty() && !attributeFilters.canFail();
     const int16_t last = checkedInt16(static_cast<long long>(document.length()) - 1);
     for (int i = start; i <= last; ++i) {
-        const auto textFits = [&] { return !hasText || matcher.matches(pattern, document.item(i).innerText.toUpper()); };
+        const auto textFits = [&] { return !hasText || matcher.matches(pattern, document.upperInnerText(i)); };
         const bool fits = filtersFirst ? attributeFilters.matches(document, i) && textFits()
                                        : textFits() && (attributeFilters.isEmpty() || attributeFilters.matches(document, i));
         if (fits) {

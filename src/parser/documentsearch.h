@@ -22,8 +22,9 @@ QStringList searchFiltersOf(const Tamberline &control);
 bool MatchesAttributeFilters(const Document &document, int element, const QStringList &filters);
 
 // The first element at or after start whose whole inner text fits the pattern (when the
-// pattern is not blank) and that satisfies the filters, or -1. The counter is 16-bit: a page
-// of more than 32,768 elements cannot be scanned (error 6). Given matchCount, the scan goes
-// on to the end in the same pass and counts every element that fits.
+// pattern is not blank; both upper-cased character by character, textcase.h) and that
+// satisfies the filters, or -1. The counter is 16-bit: a page of more than 32,768 elements
+// cannot be scanned (error 6). Given matchCount, the scan goes on to the end in the same pass
+// and counts every element that fits.
 int ScanDocument(const Document &document, int16_t start, const QString &searchText, const QStringList &filters,
                  const WildcardMatcher &matcher, int *matchCount = nullptr);

@@ -75,7 +75,7 @@ frmMain::frmMain(QWidget *parent)
     const PageBridge *bridge = m_page->bridge();
     connect(bridge, &PageBridge::elementPointed, this, [this](int index) {
         if (m_hdoc && index < m_hdoc->length())
-            setStatusText(m_hdoc->item(index).innerText);
+            setStatusText(m_hdoc->innerText(index).toString());
     });
     connect(bridge, &PageBridge::pointerLeft, this, [this] { setStatusText(QString()); });
     connect(bridge, &PageBridge::elementDoubleClicked, this, &frmMain::selectElementNode);
@@ -670,7 +670,7 @@ void frmMain::treeMouseMove(const QPoint &position)
         return;
     runHandler(this, HandlerOrigin::Internal, [&] {
         setStatusText(QString());
-        setStatusText(m_hdoc->item(elementOf(node)).innerText);
+        setStatusText(m_hdoc->innerText(elementOf(node)).toString());
     });
 }
 

@@ -238,7 +238,7 @@ WildcardMatcher::Prepared WildcardMatcher::prepare(const QString &pattern) const
     return prepared;
 }
 
-bool WildcardMatcher::matches(const Prepared &pattern, const QString &text) const
+bool WildcardMatcher::matches(const Prepared &pattern, QStringView text) const
 {
     if (!pattern.empty && text.isEmpty())
         return false;

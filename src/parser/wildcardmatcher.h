@@ -30,7 +30,7 @@ public:
 
     // Both texts already upper-cased by the caller.
     bool MatchWildcard(const QString &text, const QString &pattern) const { return matches(prepare(pattern), text); }
-    bool matches(const Prepared &pattern, const QString &text) const;
+    bool matches(const Prepared &pattern, QStringView text) const;
 
 private:
     WildcardPattern::RandomSource m_random;

@@ -181,7 +181,7 @@ private:
         if (consume(u']'))
             return;
         do {
-            document.elements.append(readElement(document.length()));
+            document.elements.append(readElement(document));
         } while (consume(u','));
         expect(u']');
         // Children may name elements that come later; check them once all are known. A cut
@@ -196,8 +196,9 @@ private:
         }
     }
 
-    Document::Element readElement(int index)
+    Document::Element readElement(Document &document)
     {
+        const int index = document.length();
         Document::Element element;
         expect(u'[');
         element.tagName = readString();
@@ -206,7 +207,7 @@ private:
         expect(u',');
         element.id = readString();
         expect(u',');
-        element.innerText = readString();
+        element.innerText = document.appendText(readString());
         expect(u',');
         expect(u'[');
         if (!consume(u']')) {

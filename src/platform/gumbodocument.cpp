@@ -128,14 +128,14 @@ PageTree readTree(QByteArrayView input, const NestingScan::Result &scan, const P
     return GumboTreeReader::read(*output, input.data(), noscriptTexts, limits.maxElements);
 }
 
-Document::Element takeElement(PageTree &tree, int index, QString innerText)
+Document::Element takeElement(PageTree &tree, int index, Document::TextRange innerText)
 {
     PageTree::Node &node = tree.nodes[size_t(index)];
     Document::Element element;
     element.tagName = std::move(node.tagName);
     element.parent = node.parent;
     element.id = tree.attribute(index, u"id");
-    element.innerText = std::move(innerText);
+    element.innerText = innerText;
     element.children.reserve(qsizetype(node.children.size()));
     const bool split = !keepsLongText(node);
     for (const int child : node.children) {
@@ -164,7 +164,7 @@ DocumentPtr parseHtmlDocument(const QByteArray &html, const QString &url, const 
                                 .arg(number(scan.depth), number(limits.maxDepth)));
     }
     PageTree tree = readTree(input, scan, limits);
-    std::vector<QString> innerTexts = RenderedText::innerTexts(tree, limits.maxInnerTextChars);
+    RenderedText::Texts texts = RenderedText::collect(tree, limits.maxTextChars);
 
     auto document = std::make_shared<Document>();
     document->url = url;
@@ -176,6 +176,7 @@ DocumentPtr parseHtmlDocument(const QByteArray &html, const QString &url, const 
     }
     document->elements.reserve(qsizetype(tree.nodes.size()));
     for (size_t i = 0; i < tree.nodes.size(); ++i)
-        document->elements.append(takeElement(tree, int(i), std::move(innerTexts[i])));
+        document->elements.append(takeElement(tree, int(i), texts.innerTexts[i]));
+    document->setText(std::move(texts.text));
     return document;
 }

@@ -12,7 +12,7 @@ struct ParseLimits {
     int maxDepth = 10000;                        // pages estimated to nest deeper are refused
     int maxElements = 1000000;                   // later elements are cut off (Document::cut)
     int maxErrors = 1000;                        // parse errors gumbo records
-    qsizetype maxInnerTextChars = 128 * 1024 * 1024; // innerText of all elements together
+    qsizetype maxTextChars = 128 * 1024 * 1024;      // the text all innerTexts are parts of
 };
 
 // The snapshot of a static page (no scripts run, default styles) read with gumbo: the same

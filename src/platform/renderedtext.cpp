@@ -37,9 +37,10 @@ RenderedText::RenderedText(const PageTree &tree)
     , m_hasNext(m_count, false)
     , m_renderedTexts(tree.texts.size())
     , m_textRendered(tree.texts.size(), false)
-    , m_pieces(m_count)
-    , m_innerTexts(m_count)
     , m_collapser(m_renderedTexts)
+    , m_innerTexts(m_count)
+    , m_optionWritten(m_count, false)
+    , m_writer(m_text, m_innerTexts)
 {
     for (size_t i = 0; i < m_count; ++i)
         m_style[i] = DefaultStyle::of(tree, int(i));
@@ -194,144 +195,235 @@ void RenderedText::findLastCellsAndRows()
     }
 }
 
-QString RenderedText::textContent(int node) const
+// The text content of a hidden subtree, once: each hidden element in it gets its part.
+void RenderedText::writeHidden(int root)
 {
-    QString result;
-    for (const int child : m_tree.nodes[size_t(node)].children)
-        result += PageTree::isText(child) ? m_tree.texts[size_t(PageTree::textIndex(child))] : m_innerTexts[size_t(child)];
-    return result;
-}
-
-QString RenderedText::optionText(int option) const
-{
-    QString text;
-    for (const int child : m_tree.nodes[size_t(option)].children) {
+    struct Frame {
+        int node;
+        size_t next;
+        qsizetype start;
+    };
+    const qsizetype begin = m_hiddenText.size();
+    bool html = false;
+    std::vector<Frame> stack{{root, 0, begin}};
+    while (!stack.empty()) {
+        Frame &frame = stack.back();
+        const std::vector<int> &children = m_tree.nodes[size_t(frame.node)].children;
+        if (frame.next == children.size()) {
+            m_innerTexts[size_t(frame.node)] = {frame.start, m_hiddenText.size() - frame.start};
+            html = html || m_tree.nodes[size_t(frame.node)].ns == PageTree::Namespace::Html;
+            stack.pop_back();
+            continue;
+        }
+        const int child = children[frame.next++];
         if (PageTree::isText(child))
-            text += m_tree.texts[size_t(PageTree::textIndex(child))];
-        else if (m_tree.nodes[size_t(child)].localName != u"script")
-            text += m_innerTexts[size_t(child)];
+            m_hiddenText += m_tree.texts[size_t(PageTree::textIndex(child))];
+        else
+            stack.push_back({child, 0, m_hiddenText.size()});
     }
-    return stripAndCollapseAsciiWhitespace(text);
+    // Text that only SVG and MathML elements hold is nobody's innerText, unless an option
+    // reads it.
+    const int parent = m_tree.nodes[size_t(root)].parent;
+    if (!html && !(parent >= 0 && m_tree.isHtml(parent, u"option")))
+        m_hiddenText.truncate(begin);
 }
 
-void RenderedText::addSelect(TextPiece &piece, int select) const
+// The rendered text of a subtree, walked in document order.
+void RenderedText::writeRendered(int root)
+{
+    struct Frame {
+        int node;
+        size_t next;
+    };
+    m_writer.startSubtree();
+    if (!openOwn(root))
+        return;
+    std::vector<Frame> stack{{root, 0}};
+    while (!stack.empty()) {
+        Frame &frame = stack.back();
+        const int node = frame.node;
+        const std::vector<int> &children = m_tree.nodes[size_t(node)].children;
+        if (frame.next == children.size()) {
+            m_writer.close();
+            stack.pop_back();
+            if (!stack.empty())
+                addAfter(node);
+            continue;
+        }
+        const int child = children[frame.next++];
+        if (PageTree::isText(child)) {
+            const int text = PageTree::textIndex(child);
+            if (m_textRendered[size_t(text)])
+                m_writer.addText(m_renderedTexts[size_t(text)]);
+            continue;
+        }
+        if (m_rendering[size_t(child)] != Rendering::Rendered)
+            continue;
+        addBefore(child);
+        if (m_style[size_t(child)].display == Display::LineBreak) {
+            // Its parent has a newline for it; what it holds is its own.
+            if (!m_tree.nodes[size_t(child)].children.empty())
+                m_ownSubtrees.push_back(child);
+        } else if (openOwn(child)) {
+            stack.push_back({child, 0});
+            continue;
+        }
+        addAfter(child);
+    }
+}
+
+// Writes the element's own text; true when that comes from its children, still to be walked.
+bool RenderedText::openOwn(int node)
+{
+    switch (m_style[size_t(node)].display) {
+    case Display::Select:
+        m_writer.open(node);
+        addSelect(node);
+        m_writer.close();
+        return false;
+    case Display::Option:
+        addOption(node);
+        return false;
+    default:
+        m_writer.open(node);
+        return true;
+    }
+}
+
+void RenderedText::addBefore(int child)
+{
+    switch (m_style[size_t(child)].display) {
+    case Display::LineBreak:
+        m_writer.addText(u"\n");
+        break;
+    case Display::Paragraph:
+        m_writer.addLineBreaks(2);
+        break;
+    case Display::Block:
+    case Display::Option:
+        m_writer.addLineBreaks(1);
+        break;
+    default:
+        break;
+    }
+}
+
+void RenderedText::addAfter(int child)
+{
+    switch (m_style[size_t(child)].display) {
+    case Display::TableCell:
+        if (m_hasNext[size_t(child)])
+            m_writer.addText(u"\t");
+        break;
+    case Display::TableRow:
+        if (m_hasNext[size_t(child)])
+            m_writer.addText(u"\n");
+        break;
+    case Display::Paragraph:
+        m_writer.addLineBreaks(2);
+        break;
+    case Display::Block:
+    case Display::Option:
+        m_writer.addLineBreaks(1);
+        break;
+    default:
+        break;
+    }
+}
+
+// A select lists its options whatever its children would give.
+void RenderedText::addSelect(int select)
 {
     for (const int child : m_tree.nodes[size_t(select)].children) {
         if (PageTree::isText(child))
             continue;
         if (m_tree.isHtml(child, u"option")) {
-            piece.addLineBreaks(1);
-            piece.addText(optionText(child));
-            piece.addLineBreaks(1);
+            m_writer.addLineBreaks(1);
+            addOption(child);
+            m_writer.addLineBreaks(1);
         } else if (m_tree.isHtml(child, u"optgroup")) {
-            piece.addLineBreaks(1);
+            m_writer.addLineBreaks(1);
             for (const int option : m_tree.nodes[size_t(child)].children) {
                 if (!PageTree::isText(option) && m_tree.isHtml(option, u"option")) {
-                    piece.addLineBreaks(1);
-                    piece.addText(optionText(option));
-                    piece.addLineBreaks(1);
+                    m_writer.addLineBreaks(1);
+                    addOption(option);
+                    m_writer.addLineBreaks(1);
                 }
             }
-            piece.addLineBreaks(1);
+            m_writer.addLineBreaks(1);
+            // Laid out in a list box, it has an innerText of its own, text around its options too.
+            if (m_rendering[size_t(child)] == Rendering::Rendered)
+                m_ownSubtrees.push_back(child);
         }
     }
 }
 
-void RenderedText::contribute(TextPiece &piece, int child) const
+void RenderedText::addOption(int option)
 {
-    if (m_rendering[size_t(child)] != Rendering::Rendered)
+    // An option of an optgroup in a list box is written again in the optgroup's own text.
+    if (m_optionWritten[size_t(option)]) {
+        m_writer.addCopy(m_innerTexts[size_t(option)]);
         return;
-    const TextPiece &inner = m_pieces[size_t(child)];
-    switch (m_style[size_t(child)].display) {
-    case Display::Select:
-        addSelect(piece, child);
-        break;
-    case Display::Option:
-        piece.addLineBreaks(1);
-        piece.addText(optionText(child));
-        piece.addLineBreaks(1);
-        break;
-    case Display::LineBreak:
-        piece.addText(QStringLiteral("\n"));
-        break;
-    case Display::TableCell:
-        piece.add(inner);
-        if (m_hasNext[size_t(child)])
-            piece.addText(QStringLiteral("\t"));
-        break;
-    case Display::TableRow:
-        piece.add(inner);
-        if (m_hasNext[size_t(child)])
-            piece.addText(QStringLiteral("\n"));
-        break;
-    case Display::Paragraph:
-        piece.addLineBreaks(2);
-        piece.add(inner);
-        piece.addLineBreaks(2);
-        break;
-    case Display::Block:
-        piece.addLineBreaks(1);
-        piece.add(inner);
-        piece.addLineBreaks(1);
-        break;
-    default:
-        piece.add(inner);
-        break;
+    }
+    const bool rendered = m_rendering[size_t(option)] == Rendering::Rendered;
+    if (rendered)
+        m_writer.open(option);
+    m_writer.addText(optionText(option));
+    if (rendered) {
+        m_writer.close();
+        m_optionWritten[size_t(option)] = true;
     }
 }
 
-std::vector<QString> RenderedText::innerTexts(const PageTree &tree, qsizetype maxChars)
+// The children of an option are hidden: their text content is in m_hiddenText.
+QString RenderedText::optionText(int option) const
+{
+    QString text;
+    for (const int child : m_tree.nodes[size_t(option)].children) {
+        if (PageTree::isText(child)) {
+            text += m_tree.texts[size_t(PageTree::textIndex(child))];
+        } else if (m_tree.nodes[size_t(child)].localName != u"script") {
+            const Document::TextRange range = m_innerTexts[size_t(child)];
+            text += QStringView(m_hiddenText).sliced(range.start, range.length);
+        }
+    }
+    return stripAndCollapseAsciiWhitespace(text);
+}
+
+RenderedText::Texts RenderedText::collect(const PageTree &tree, qsizetype maxChars)
 {
     RenderedText collector(tree);
     return collector.run(maxChars);
 }
 
-std::vector<QString> RenderedText::run(qsizetype maxChars)
+RenderedText::Texts RenderedText::run(qsizetype maxChars)
 {
     layOut();
     findLastCellsAndRows();
-    qsizetype total = 0;
-    // Children come after their parent in document order, so this sees them first.
-    for (size_t i = m_count; i-- > 0;) {
-        const int node = int(i);
-        QString &innerText = m_innerTexts[i];
-        switch (m_rendering[i]) {
-        case Rendering::Locked:
-            break;
-        case Rendering::Hidden:
-            innerText = textContent(node);
-            break;
-        case Rendering::Rendered: {
-            TextPiece &piece = m_pieces[i];
-            for (const int child : m_tree.nodes[i].children) {
-                if (!PageTree::isText(child))
-                    contribute(piece, child);
-                else if (m_textRendered[size_t(PageTree::textIndex(child))])
-                    piece.addText(m_renderedTexts[size_t(PageTree::textIndex(child))]);
-            }
-            if (m_style[i].display == Display::Select) {
-                TextPiece options;
-                addSelect(options, node);
-                innerText = options.text();
-            } else if (m_style[i].display == Display::Option) {
-                innerText = optionText(node);
-            } else {
-                innerText = piece.text();
-            }
-            break;
-        }
-        }
-        total += innerText.size();
-        if (total > maxChars) {
-            throw PageReadError(QCoreApplication::translate("RenderedText",
-                "the page's text, repeated in each element that holds it, exceeds %1 characters")
-                                    .arg(QLocale(QLocale::English).toString(maxChars)));
-        }
+    for (size_t i = 0; i < m_count; ++i) {
+        const int parent = m_tree.nodes[i].parent;
+        if (m_rendering[i] == Rendering::Hidden && (parent < 0 || m_rendering[size_t(parent)] != Rendering::Hidden))
+            writeHidden(int(i));
     }
     for (size_t i = 0; i < m_count; ++i) {
-        if (m_tree.nodes[i].ns != PageTree::Namespace::Html)
-            m_innerTexts[i].clear();
+        if (m_tree.nodes[i].parent < 0 && m_rendering[i] == Rendering::Rendered)
+            writeRendered(int(i));
     }
-    return std::move(m_innerTexts);
-}
+    for (size_t i = 0; i < m_ownSubtrees.size(); ++i)
+        writeRendered(m_ownSubtrees[i]);
 
+    if (m_text.size() + m_hiddenText.size() > maxChars) {
+        throw PageReadError(QCoreApplication::translate("RenderedText", "the page's text exceeds %1 characters")
+                                .arg(QLocale(QLocale::English).toString(maxChars)));
+    }
+    const qsizetype hiddenStart = m_text.size();
+    m_text += m_hiddenText;
+    m_hiddenText = QString();
+    for (size_t i = 0; i < m_count; ++i) {
+        if (m_tree.nodes[i].ns != PageTree::Namespace::Html)
+            m_innerTexts[i] = {};
+        else if (m_rendering[i] == Rendering::Hidden)
+            m_innerTexts[i].start += hiddenStart;
+    }
+    return {std::move(m_text), std::move(m_innerTexts)};
+}

@@ -1,16 +1,20 @@
 #pragma once
 
 #include "defaultstyle.h"
+#include "document.h"
+#include "innertextwriter.h"
 #include "pagetree.h"
-#include "textpiece.h"
 #include "whitespacecollapser.h"
 
 #include <vector>
 
 // innerText for every element of a page as the browser computes it under its default style
-// sheet (the HTML "rendered text collection steps" as Chromium implements them). Each
-// element's text is built once from its children's, so the cost is the size of the page times
-// its depth, not the square of its element count.
+// sheet (the HTML "rendered text collection steps" as Chromium implements them). The rendered
+// text of the page is written once, and a rendered element's innerText is the part of it that
+// comes from the element, without the required line breaks at its ends. Written after it: the
+// text of an optgroup in a list box (the list box shows its options, not the text around them),
+// and the text content of each hidden subtree, which hidden elements give instead. So the cost
+// is linear in the page, however deep it nests.
 //
 // Where this static result can differ from the live browser's:
 // - the page's own CSS is not applied: display and visibility (elements hidden, shown, made
@@ -27,15 +31,20 @@
 class RenderedText
 {
 public:
-    // Throws PageReadError when the texts together would exceed maxChars.
-    static std::vector<QString> innerTexts(const PageTree &tree, qsizetype maxChars);
+    struct Texts {
+        QString text;
+        std::vector<Document::TextRange> innerTexts; // by element, where text holds it
+    };
+
+    // Throws PageReadError when the text would exceed maxChars.
+    static Texts collect(const PageTree &tree, qsizetype maxChars);
 
 private:
     // Hidden: no box, innerText is the text content. Locked: laid out but skipped, innerText empty.
     enum class Rendering : quint8 { Rendered, Hidden, Locked };
 
     explicit RenderedText(const PageTree &tree);
-    std::vector<QString> run(qsizetype maxChars);
+    Texts run(qsizetype maxChars);
     void layOut();
     void place(int node, int parent, bool firstSummary);
     void enter(int node);
@@ -43,10 +52,14 @@ private:
     Rendering childRendering(int parent, int child, bool firstSummary) const;
     bool textRenderedIn(int parent) const;
     void findLastCellsAndRows();
-    QString textContent(int node) const;
+    void writeHidden(int root);
+    void writeRendered(int root);
+    bool openOwn(int node);
+    void addBefore(int child);
+    void addAfter(int child);
+    void addSelect(int select);
+    void addOption(int option);
     QString optionText(int option) const;
-    void addSelect(TextPiece &piece, int select) const;
-    void contribute(TextPiece &piece, int child) const;
 
     const PageTree &m_tree;
     const size_t m_count;
@@ -57,7 +70,11 @@ private:
     std::vector<bool> m_hasNext; // a cell followed by another in its row, a row by another in its table
     std::vector<QString> m_renderedTexts;
     std::vector<bool> m_textRendered;
-    std::vector<TextPiece> m_pieces;
-    std::vector<QString> m_innerTexts;
     WhitespaceCollapser m_collapser;
+    QString m_text;
+    QString m_hiddenText; // ranges of hidden elements point here until it joins m_text
+    std::vector<Document::TextRange> m_innerTexts;
+    std::vector<bool> m_optionWritten;
+    std::vector<int> m_ownSubtrees; // rendered elements whose text is not part of their parent's
+    InnerTextWriter m_writer;
 };

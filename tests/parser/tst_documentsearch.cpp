@@ -6,17 +6,20 @@
 
 #include <QtTest>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
-// html > body > (div.price "Price: 12", a href=X "link", input disabled "")
+// html > body > (div.price "Price: 12", a href=X "link", input disabled "", p "Straße 𐐨")
 Document shop()
 {
     Document document;
-    document.elements = {{QStringLiteral("HTML"), -1, {}, QStringLiteral("Price: 12\nlink"), {}, {}},
-                         {QStringLiteral("BODY"), 0, {}, QStringLiteral("Price: 12\nlink"), {}, {}},
-                         {QStringLiteral("DIV"), 1, {}, QStringLiteral("Price: 12"), {{QStringLiteral("class"), QStringLiteral(" Price ")}}, {}},
-                         {QStringLiteral("A"), 1, {}, QStringLiteral("link"), {{QStringLiteral("href"), QStringLiteral("x")}}, {}},
-                         {QStringLiteral("INPUT"), 1, {}, QString(), {{QStringLiteral("disabled"), QString()}}, {}}};
+    document.append({QStringLiteral("HTML"), -1}, u"Price: 12\nlink");
+    document.append({QStringLiteral("BODY"), 0}, u"Price: 12\nlink");
+    document.append({QStringLiteral("DIV"), 1, {}, {{QStringLiteral("class"), QStringLiteral(" Price ")}}}, u"Price: 12");
+    document.append({QStringLiteral("A"), 1, {}, {{QStringLiteral("href"), QStringLiteral("x")}}}, u"link");
+    document.append({QStringLiteral("INPUT"), 1, {}, {{QStringLiteral("disabled"), QString()}}});
+    document.append({QStringLiteral("P"), 1}, u"Stra\u00dfe \U00010428");
     return document;
 }
 
@@ -87,6 +90,9 @@ void tst_DocumentSearch::scan_data()
     QTest::newRow("text and filters together") << 0 << QStringLiteral("*price*") << QStringList{QStringLiteral("tagName=div")} << 2;
     QTest::newRow("filters alone") << 0 << QStringLiteral("  ") << QStringList{QStringLiteral("href=x")} << 3;
     QTest::newRow("nothing after the last") << 3 << QStringLiteral("*price*") << QStringList{} << -1;
+    QTest::newRow("sharp s stays one letter") << 0 << u"*STRA\u00dfE*"_s << QStringList{} << 5;
+    QTest::newRow("sharp s is not SS") << 0 << u"strasse*"_s << QStringList{} << -1;
+    QTest::newRow("letters past U+FFFF in any case") << 0 << u"*e \U00010400"_s << QStringList{} << 5;
     QTest::newRow("start past the end") << 9 << QStringLiteral("link") << QStringList{} << -1;
 }
 
@@ -103,7 +109,7 @@ void tst_DocumentSearch::scan()
 void tst_DocumentSearch::scanLimit()
 {
     Document page;
-    page.elements.fill({QStringLiteral("P"), -1, {}, QStringLiteral("x"), {}, {}}, 32768);
+    page.elements.fill({QStringLiteral("P"), -1, {}, {}, {}, page.appendText(u"x")}, 32768);
     const WildcardMatcher matcher;
     QCOMPARE(ScanDocument(page, 100, QStringLiteral("x"), {}, matcher), 100);
     // Stepping past the last of 32,768 elements overflows the 16-bit counter.

@@ -12,11 +12,11 @@ Document flatPage(int count)
 {
     Document document;
     document.elements.reserve(count);
-    document.elements.append({QStringLiteral("HTML"), -1, {}, {}, {}, {}});
+    document.elements.append({QStringLiteral("HTML"), -1});
     if (count > 1)
-        document.elements.append({QStringLiteral("BODY"), 0, {}, {}, {}, {}});
+        document.elements.append({QStringLiteral("BODY"), 0});
     for (int i = 2; i < count; ++i)
-        document.elements.append({QStringLiteral("DIV"), 1, {}, {}, {}, {}});
+        document.elements.append({QStringLiteral("DIV"), 1});
     return document;
 }
 
@@ -25,7 +25,7 @@ Document deepPage(int depth)
 {
     Document document;
     for (int i = 0; i < depth; ++i) {
-        Document::Element element{QStringLiteral("DIV"), i - 1, {}, {}, {}, {}};
+        Document::Element element{QStringLiteral("DIV"), i - 1};
         element.children.append(Document::ChildNode{-1, QStringLiteral("level %1").arg(i)});
         if (i + 1 < depth)
             element.children.append(Document::ChildNode{i + 1, {}});
@@ -62,12 +62,12 @@ private slots:
 void tst_DocumentTree::mirrorsThePage()
 {
     Document document;
-    document.elements = {{QStringLiteral("HTML"), -1, {}, {}, {}, {}},
-                         {QStringLiteral("HEAD"), 0, {}, {}, {}, {}},
-                         {QStringLiteral("BODY"), 0, {}, {}, {}, {}},
-                         {QStringLiteral("svg"), 2, {}, {}, {}, {}},
-                         {QStringLiteral("P"), 2, {}, {}, {}, {}},
-                         {QStringLiteral("COMMENT-LIKE"), -1, {}, {}, {}, {}}};
+    document.elements = {{QStringLiteral("HTML"), -1},
+                         {QStringLiteral("HEAD"), 0},
+                         {QStringLiteral("BODY"), 0},
+                         {QStringLiteral("svg"), 2},
+                         {QStringLiteral("P"), 2},
+                         {QStringLiteral("COMMENT-LIKE"), -1}};
     QTreeWidget view;
     NodeTree tree(&view);
     BuildDocumentTree(document, tree);
@@ -115,11 +115,11 @@ void tst_DocumentTree::sixteenBitLimit()
 void tst_DocumentTree::branchWithTextNodes()
 {
     Document document;
-    Document::Element body{QStringLiteral("BODY"), -1, {}, {}, {}, {}};
+    Document::Element body{QStringLiteral("BODY"), -1};
     body.children = {{-1, QStringLiteral("Hello ")}, {1, {}}, {2, {}}};
     document.elements = {body,
-                         {QStringLiteral("B"), 0, QStringLiteral("name"), {}, {}, {{-1, QStringLiteral("world")}}},
-                         {QStringLiteral("I"), 0, QStringLiteral(" "), {}, {}, {}}};
+                         {QStringLiteral("B"), 0, QStringLiteral("name"), {}, {{-1, QStringLiteral("world")}}},
+                         {QStringLiteral("I"), 0, QStringLiteral(" ")}};
     QTreeWidget view;
     NodeTree tree(&view);
     tree.add(QString(), QStringLiteral("K99"), QStringLiteral("holder"));

@@ -12,9 +12,9 @@ namespace {
 Document page()
 {
     Document document;
-    document.elements = {{QStringLiteral("HTML"), -1, {}, {}, {}, {}},
-                         {QStringLiteral("BODY"), 0, {}, {}, {}, {}},
-                         {QStringLiteral("P"), 1, QStringLiteral("x"), {}, {}, {}}};
+    document.elements = {{QStringLiteral("HTML"), -1},
+                         {QStringLiteral("BODY"), 0},
+                         {QStringLiteral("P"), 1, QStringLiteral("x")}};
     document.elements[2].attributes = {{QStringLiteral("id"), QStringLiteral("x")},
                                        {QStringLiteral("class"), QString()},
                                        {QStringLiteral("title"), QStringLiteral(" null ")},

@@ -22,9 +22,9 @@ namespace {
 
 QString textOf(const DocumentPtr &document, const QString &id)
 {
-    for (const Document::Element &element : document->elements) {
-        if (element.id == id)
-            return element.innerText;
+    for (int i = 0; i < document->length(); ++i) {
+        if (document->item(i).id == id)
+            return document->innerText(i).toString();
     }
     return QStringLiteral("(no element)");
 }

@@ -75,7 +75,7 @@ void tst_Searching::opensOnTheBundledExampleAtItsNode()
     editWithParser(control, script, [&](frmMain *parser) {
         QTRY_VERIFY(!selectedKey(parser).isEmpty());
         selected = selectedKey(parser);
-        selectedText = parser->hdoc()->item(numberFromKey(selected)).innerText;
+        selectedText = parser->hdoc()->innerText(numberFromKey(selected)).toString();
         triggerMenu(parser, "mnu_Exit");
     });
     QVERIFY2(script.done(), qPrintable(script.pending()));

@@ -1,5 +1,6 @@
 #include "platform/gumbodocument.h"
 #include "platform/pagereaderror.h"
+#include "platform/textcase.h"
 
 #include <QtTest>
 
@@ -76,6 +77,8 @@ private slots:
     void longTextIsSplit();
     void innerText_data();
     void innerText();
+    void textIsWrittenOnce_data();
+    void textIsWrittenOnce();
     void title_data();
     void title();
     void deepNestingIsFlattened();
@@ -281,6 +284,22 @@ void tst_GumboDocument::innerText_data()
                                                       << u"a  b"_s;
     QTest::newRow("button text inline") << QByteArray("a<button> b </button>c") << u"BODY"_s << u"abc"_s;
     QTest::newRow("svg elements have none") << QByteArray("<svg><text>s</text></svg>") << u"text"_s << QString();
+    QTest::newRow("in a hidden element, its text content") << QByteArray("<div hidden>a<p> b <i>c</i></p></div>")
+                                                           << u"P"_s << u" b c"_s;
+    QTest::newRow("a script in an option") << QByteArray("<option>x<script>s</script></option>") << u"SCRIPT"_s
+                                           << u"s"_s;
+    QTest::newRow("an option reads SVG in it") << QByteArray("<option>a<svg><text>b</text></svg></option>")
+                                               << u"OPTION"_s << u"ab"_s;
+    QTest::newRow("an option of a list box, collapsed") << QByteArray("<select multiple><option> a \n b </select>")
+                                                        << u"OPTION"_s << u"a b"_s;
+    QTest::newRow("an option of a drop-down, as it is") << QByteArray("<select><option> a \n b </select>")
+                                                        << u"OPTION"_s << u" a \n b "_s;
+    QTest::newRow("an optgroup of a list box, text around its options")
+        << QByteArray("<select multiple><optgroup label=g>ab<option>1</option>cd</optgroup><option>2</select>")
+        << u"OPTGROUP"_s << u"ab\n1\ncd"_s;
+    QTest::newRow("the list box leaves that text out")
+        << QByteArray("<select multiple><optgroup label=g>ab<option>1</option>cd</optgroup><option>2</select>")
+        << u"SELECT"_s << u"1\n2"_s;
 }
 
 void tst_GumboDocument::innerText()
@@ -291,7 +310,30 @@ void tst_GumboDocument::innerText()
     const DocumentPtr document = parse(html);
     const int element = firstWithTag(*document, tag);
     QVERIFY(element >= 0);
-    QCOMPARE(document->item(element).innerText, text);
+    QCOMPARE(document->innerText(element), text);
+    QCOMPARE(document->upperInnerText(element), toUpperKeepingLength(text));
+}
+
+// The page's rendered text, then the text content of each hidden subtree: every element's
+// innerText is a part of it.
+void tst_GumboDocument::textIsWrittenOnce_data()
+{
+    QTest::addColumn<QByteArray>("html");
+    QTest::addColumn<QString>("text");
+    QTest::newRow("nested elements share it") << QByteArray("<div><div><p>a</p>b</div></div>") << u"a\n\nb"_s;
+    QTest::newRow("as deep as it goes") << repeated("<div>x", 2000) << QString(u"x\n"_s.repeated(2000)).chopped(1);
+    QTest::newRow("hidden subtrees after it, each once")
+        << QByteArray("<title>T</title><style>s</style><p>x<span hidden>h<b>i</b></span>") << u"xTshi"_s;
+    QTest::newRow("hidden SVG has no innerText to keep") << QByteArray("<svg><style>s</style></svg>x") << u"x"_s;
+    QTest::newRow("an optgroup's own text after it")
+        << QByteArray("<select multiple><optgroup>ab<option>1</optgroup></select>") << u"1ab\n1"_s;
+}
+
+void tst_GumboDocument::textIsWrittenOnce()
+{
+    QFETCH(QByteArray, html);
+    QFETCH(QString, text);
+    QCOMPARE(parse(html)->text(), text);
 }
 
 void tst_GumboDocument::title_data()
@@ -331,7 +373,7 @@ void tst_GumboDocument::deepNestingIsFlattened()
     QCOMPARE(document->item(512).children.size(), 90);
     QCOMPARE(document->item(512).children.last().element, 602);
     QCOMPARE(childList(*document, 602), u"'deep'"_s);
-    QCOMPARE(document->item(3).innerText, u"deep"_s);
+    QCOMPARE(document->innerText(3), u"deep"_s);
 }
 
 void tst_GumboDocument::textAroundAMovedElementMerges()
@@ -401,10 +443,11 @@ void tst_GumboDocument::limits_data()
     few.maxElements = 6;
     QTest::newRow("elements past the cap cut off") << repeated("<p>x", 10) << few << QString() << 6 << true;
     ParseLimits little;
-    little.maxInnerTextChars = 20;
-    QTest::newRow("too much text") << QByteArray("<div><div><p>0123456789</p></div></div>") << little
-                                   << u"the page's text, repeated in each element that holds it, exceeds 20 characters"_s
-                                   << 0 << false;
+    little.maxTextChars = 20;
+    QTest::newRow("nested text counts once") << QByteArray("<div><div><p>0123456789</p></div></div>") << little
+                                             << QString() << 6 << false;
+    QTest::newRow("hidden text counts") << QByteArray("<title>0123456789</title><p>0123456789x") << little
+                                        << u"the page's text exceeds 20 characters"_s << 0 << false;
     QTest::newRow("a page that fails a parser assertion") << QByteArray("<table><svg><td><desc><select></table>")
                                                           << ParseLimits() << u"the parser failed on this page ("_s << 0
                                                           << false;
