@@ -45,9 +45,10 @@ public:
 
     // MatchFrom(text from textOffset, pattern from patternOffset, start).
     int16_t matchFrom(qsizetype textOffset, qsizetype patternOffset, int16_t start);
+    qint64 steps() const { return m_steps; }
 
 private:
-    enum class Kind { Star, Any, Literal };
+    enum class Kind { Star, StarRest, Any, Literal };
 
     // A MatchFrom waiting for the answer of the one it called.
     struct Frame {
@@ -81,6 +82,7 @@ private:
     const QList<qsizetype> &m_nextStar;
     const QList<qsizetype> &m_nextAny;
     QHash<CallKey, int16_t> m_memo;
+    qint64 m_steps = 0;
     QList<Frame> m_frames;
     // The call the top frame waits for.
     qsizetype m_callText = 0;
@@ -90,13 +92,18 @@ private:
 
 bool Evaluation::enter(qsizetype text, qsizetype pattern, int16_t start, int16_t &answer)
 {
-    const CallKey key{std::min(text, m_text.size()), pattern, start};
+    ++m_steps;
+    CallKey key{std::min(text, m_text.size()), pattern, start};
     const QStringView t = textFrom(text);
     const qsizetype patternLength = m_pattern.size() - pattern;
     const int16_t s = matcherPosition(patternLength > 0 ? tokenAt(m_nextStar, pattern, 1) : 0);
     const int16_t q = matcherPosition(patternLength > 0 ? tokenAt(m_nextAny, pattern, 1) : 0);
-    const bool literalFirst = !(s == 1 || q == 1 || (s == 0 && q == 0));
-    if (!literalFirst) {
+    // Only what leads by a star or a ? is remembered: a literal costs one search, and so does
+    // the plain rest at the end.
+    const bool remembered = s == 1 || q == 1;
+    if (q == 1 && s != 1)
+        key.start = 1; // a ? does not look at where the search would start
+    if (remembered) {
         if (const auto known = m_memo.constFind(key); known != m_memo.cend()) {
             answer = *known;
             return true;
@@ -160,7 +167,8 @@ bool Evaluation::enter(qsizetype text, qsizetype pattern, int16_t start, int16_t
         m_callStart = 1;
         return false;
     }
-    m_memo.insert(key, answer);
+    if (remembered)
+        m_memo.insert(key, answer);
     return true;
 }
 
@@ -174,16 +182,30 @@ bool Evaluation::resume(Frame &frame, int16_t called, int16_t &answer)
         }
         const QStringView t = textFrom(frame.text);
         const QStringView literal = m_pattern.mid(frame.literalStart, frame.literalLength);
-        frame.p = matcherPosition(t.isEmpty() ? 0 : findFrom(frame.p + 1, t, literal));
-        if (frame.p == 0) {
+        const int16_t next = matcherPosition(t.isEmpty() ? 0 : findFrom(frame.p + 1, t, literal));
+        if (next == 0) {
             answer = 0;
             return true;
         }
+        if (frame.key.start == 1) {
+            frame.p = next;
+            m_callText = frame.text;
+            m_callPattern = frame.literalStart;
+            m_callStart = next;
+            return false;
+        }
+        // A star asked to start further on (the second of two stars side by side, by the
+        // first's loop): the rest of its loop is this same star started at the next place.
+        // Asked that way it is remembered, and the many starts share one walk to the end.
+        frame.kind = Kind::StarRest;
         m_callText = frame.text;
-        m_callPattern = frame.literalStart;
-        m_callStart = frame.p;
+        m_callPattern = frame.key.pattern;
+        m_callStart = next;
         return false;
     }
+    case Kind::StarRest:
+        answer = called;
+        return true;
     case Kind::Any:
         answer = called == 1 ? 1 : 0;
         return true;
@@ -253,9 +275,14 @@ bool WildcardMatcher::matches(const Prepared &pattern, QStringView text) const
             return false;
         return matcherPosition(first + 1) == 1;
     }
+    Evaluation evaluation(text, pattern);
+    const auto counted = [&](bool result) {
+        m_lastSteps = evaluation.steps();
+        return result;
+    };
     if (p.startsWith(tokens.starToken))
-        return Evaluation(text, pattern).matchFrom(0, tokens.starToken.size(), 1) > 0;
+        return counted(evaluation.matchFrom(0, tokens.starToken.size(), 1) > 0);
     if (p.startsWith(tokens.anyToken))
-        return Evaluation(text, pattern).matchFrom(1, tokens.anyToken.size(), 1) == 1;
-    return Evaluation(text, pattern).matchFrom(0, 0, 1) == 1;
+        return counted(evaluation.matchFrom(1, tokens.anyToken.size(), 1) == 1);
+    return counted(evaluation.matchFrom(0, 0, 1) == 1);
 }

@@ -32,6 +32,11 @@ public:
     bool MatchWildcard(const QString &text, const QString &pattern) const { return matches(prepare(pattern), text); }
     bool matches(const Prepared &pattern, QStringView text) const;
 
+    // How many MatchFrom steps the last match took: the work, counted, for checks that it
+    // stays polynomial.
+    qint64 lastSteps() const { return m_lastSteps; }
+
 private:
     WildcardPattern::RandomSource m_random;
+    mutable qint64 m_lastSteps = 0;
 };
