@@ -2,8 +2,8 @@
 #include "pagesource.h"
 #include "parser/wildcardmatcher.h"
 #include "queryrunner.h"
+#include "staticpages.h"
 
-#include <QDir>
 #include <QtTest>
 
 namespace {
@@ -27,12 +27,6 @@ QList<RunnableQuery> queries()
             make(QString(), 0, {QStringLiteral("tagName=li"), QStringLiteral("sourceIndex=40")})};
 }
 
-// Pages on which the two engines may disagree, and why.
-const QHash<QString, QString> mayDiffer{
-    {QStringLiteral("hostile.html"), QStringLiteral("its script rewrites its paragraphs once loaded")},
-    {QStringLiteral("storm.html"), QStringLiteral("its script rewrites a paragraph once loaded")},
-    {QStringLiteral("deepdom.html"), QStringLiteral("its script builds a DOM so deep that the browser's renderer crashes")},
-};
 
 } // namespace
 
@@ -50,20 +44,14 @@ private:
 
 void tst_RunParity::bothEnginesAgree_data()
 {
-    QTest::addColumn<QString>("path");
-    for (const QString &folder : {QStringLiteral(TAMBERLINE_TEST_DATA "/pages"), QStringLiteral(TAMBERLINE_EXAMPLES_DIR)}) {
-        const QDir dir(folder);
-        for (const QString &name : dir.entryList({QStringLiteral("*.html")}, QDir::Files))
-            QTest::newRow(qPrintable(name)) << dir.filePath(name);
-    }
+    addEveryPageRow();
 }
 
 void tst_RunParity::bothEnginesAgree()
 {
     QFETCH(QString, path);
-    const QString name = QFileInfo(path).fileName();
-    if (mayDiffer.contains(name))
-        QSKIP(qPrintable(mayDiffer.value(name)));
+    if (const QString reason = whyNotStatic(path); !reason.isEmpty())
+        QSKIP(qPrintable(reason));
     if (!m_browser)
         m_browser = std::make_unique<BrowserLoader>();
     const PageSource source = PageSource::fromArgument(path);

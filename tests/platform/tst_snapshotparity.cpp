@@ -1,19 +1,13 @@
 #include "platform/gumbodocument.h"
 #include "platform/webpage.h"
+#include "staticpages.h"
 
-#include <QDir>
 #include <QRegularExpression>
 #include <QWebEngineView>
 #include <QtTest>
 
 namespace {
 
-// Pages that are not static, and why: a static reader cannot see what their scripts do.
-const QHash<QString, QString> notStatic{
-    {QStringLiteral("hostile.html"), QStringLiteral("its script rewrites its paragraphs once loaded")},
-    {QStringLiteral("storm.html"), QStringLiteral("its script rewrites a paragraph once loaded")},
-    {QStringLiteral("deepdom.html"), QStringLiteral("its script builds a DOM so deep that the browser's renderer crashes")},
-};
 
 QString collapsed(QStringView text)
 {
@@ -80,20 +74,14 @@ DocumentPtr tst_SnapshotParity::browserSnapshot(const QString &path)
 
 void tst_SnapshotParity::sameSnapshotBothWays_data()
 {
-    QTest::addColumn<QString>("path");
-    for (const QString &folder : {QStringLiteral(TAMBERLINE_TEST_DATA "/pages"), QStringLiteral(TAMBERLINE_EXAMPLES_DIR)}) {
-        const QDir dir(folder);
-        for (const QString &name : dir.entryList({QStringLiteral("*.html")}, QDir::Files))
-            QTest::newRow(qPrintable(name)) << dir.filePath(name);
-    }
+    addEveryPageRow();
 }
 
 void tst_SnapshotParity::sameSnapshotBothWays()
 {
     QFETCH(QString, path);
-    const QString name = QFileInfo(path).fileName();
-    if (notStatic.contains(name))
-        QSKIP(qPrintable(notStatic.value(name)));
+    if (const QString reason = whyNotStatic(path); !reason.isEmpty())
+        QSKIP(qPrintable(reason));
     const DocumentPtr live = browserSnapshot(path);
     QVERIFY(live);
     QFile file(path);
