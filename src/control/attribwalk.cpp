@@ -4,6 +4,8 @@
 #include "platform/textrules.h"
 #include "tamberlinecontrol.h"
 
+#include <algorithm>
+
 QStringList walkElemAttribs(const Tamberline &control)
 {
     QStringList entries;
@@ -13,4 +15,10 @@ QStringList walkElemAttribs(const Tamberline &control)
             return entries;
         entries.append(entry);
     }
+}
+
+QStringList walkedEntries(const QStringList &stored)
+{
+    const auto blank = std::find_if(stored.begin(), stored.end(), [](const QString &entry) { return trimBlanks(entry).isEmpty(); });
+    return QStringList(stored.begin(), blank);
 }
