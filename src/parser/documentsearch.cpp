@@ -1,23 +1,17 @@
 #include "documentsearch.h"
 
-#include "control/tamberlinecontrol.h"
 #include "platform/boundarytypes.h"
 #include "platform/textcase.h"
 #include "platform/textrules.h"
 #include "wildcardmatcher.h"
 
-QStringList searchFiltersOf(const Tamberline &control)
-{
-    QStringList filters;
-    for (long long i = 0;; ++i) {
-        const QString entry = control.ElemAttribs(checkedInt16(i));
-        if (entry.isEmpty())
-            return filters;
-        filters.append(entry);
-    }
-}
-
 namespace {
+
+// Names and values compare trimmed and in one upper case, the search text's.
+QString comparable(const QString &text)
+{
+    return toUpperKeepingLength(trimBlanks(text));
+}
 
 // The filters read once for a whole scan rather than once per element.
 class AttributeFilters
@@ -28,8 +22,8 @@ public:
         for (const QString &filter : filters) {
             Filter parsed{filter, QString(), Kind::Attribute};
             if (const qsizetype at = filter.indexOf(u'='); at >= 0) {
-                parsed.name = trimBlanks(filter.left(at)).toUpper();
-                parsed.value = trimBlanks(filter.mid(at + 1)).toUpper();
+                parsed.name = comparable(filter.left(at));
+                parsed.value = comparable(filter.mid(at + 1));
             }
             if (parsed.name == u"TAGNAME")
                 parsed.kind = Kind::TagName;
@@ -53,20 +47,20 @@ public:
             bool holds = false;
             switch (filter.kind) {
             case Kind::TagName:
-                holds = trimBlanks(e.tagName).toUpper() == filter.value;
+                holds = comparable(e.tagName) == filter.value;
                 break;
             case Kind::ParentTag:
                 if (e.parent < 0)
                     throw RuntimeError(ErrorNumber::ObjectVariableNotSet,
                                        QStringLiteral("Object variable not set: the element has no parent for ParentTag"));
-                holds = trimBlanks(document.item(e.parent).tagName).toUpper() == filter.value;
+                holds = comparable(document.item(e.parent).tagName) == filter.value;
                 break;
             case Kind::SourceIndex:
                 holds = QString::number(element) == filter.value;
                 break;
             case Kind::Attribute: {
                 const QString attribute = document.attribute(element, filter.name);
-                holds = !attribute.isNull() && trimBlanks(attribute).toUpper() == filter.value;
+                holds = !attribute.isNull() && comparable(attribute) == filter.value;
                 break;
             }
             }
@@ -103,14 +97,21 @@ int ScanDocument(const Document &document, int16_t start, const QString &searchT
     const bool hasText = !trimBlanks(searchText).isEmpty();
     const WildcardMatcher::Prepared pattern = matcher.prepare(toUpperKeepingLength(searchText));
     const AttributeFilters attributeFilters(filters);
-    // Filters that cannot fail are tested first: the same answers, and most elements are then
-    // turned away before their text is read.
+    // Filters that cannot fail are tested first, where the text test cannot fail either: the
+    // same answers and errors as text first, and most elements are turned away unread.
     const bool filtersFirst = !attributeFilters.isEmpty() && !attributeFilters.canFail();
     const int16_t last = checkedInt16(static_cast<long long>(document.length()) - 1);
     for (int i = start; i <= last; ++i) {
-        const auto textFits = [&] { return !hasText || matcher.matches(pattern, document.upperInnerText(i)); };
-        const bool fits = filtersFirst ? attributeFilters.matches(document, i) && textFits()
-                                       : textFits() && (attributeFilters.isEmpty() || attributeFilters.matches(document, i));
+        if (hasText && document.unreadTextFrom >= 0 && i >= document.unreadTextFrom)
+            throw RuntimeError(ErrorNumber::Overflow,
+                               QStringLiteral("Overflow: the page's text was too large to read past element %1, "
+                                              "and the search cannot look at texts that were not read")
+                                   .arg(i));
+        const QStringView text = document.upperInnerText(i);
+        const auto textFits = [&] { return !hasText || matcher.matches(pattern, text); };
+        const bool fits = filtersFirst && !(hasText && pattern.mayRaise(text.size()))
+                              ? attributeFilters.matches(document, i) && textFits()
+                              : textFits() && (attributeFilters.isEmpty() || attributeFilters.matches(document, i));
         if (fits) {
             if (!matchCount)
                 return i;

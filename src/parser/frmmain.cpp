@@ -1,5 +1,6 @@
 #include "frmmain.h"
 
+#include "control/attribwalk.h"
 #include "control/tamberlinecontrol.h"
 #include "documentsearch.h"
 #include "documenttree.h"
@@ -16,6 +17,7 @@
 #include "platform/textrules.h"
 #include "platform/webpage.h"
 #include "progressstrip.h"
+#include "statuspanel.h"
 #include "substitution/controlvariables.h"
 #include "substitution/examplevaluecache.h"
 #include "ui_frmmain.h"
@@ -24,8 +26,8 @@
 
 #include <QApplication>
 #include <QCloseEvent>
+#include <QCompleter>
 #include <QKeyEvent>
-#include <QLabel>
 #include <QHeaderView>
 #include <QLineEdit>
 #include <QMouseEvent>
@@ -81,9 +83,8 @@ frmMain::frmMain(QWidget *parent)
     connect(bridge, &PageBridge::elementDoubleClicked, this, &frmMain::selectElementNode);
     connect(bridge, &PageBridge::selectionMoved, this, &frmMain::selectElementNode);
 
-    m_statusPanel = new QLabel(ui->stts);
+    m_statusPanel = new StatusPanel(ui->stts);
     m_statusPanel->setObjectName(QStringLiteral("sttsPanel1"));
-    m_statusPanel->setMinimumWidth(200);
     ui->stts->addWidget(m_statusPanel, 1);
     m_progress = new ProgressStrip(ui->stts);
 
@@ -129,13 +130,14 @@ frmMain::frmMain(QWidget *parent)
     connect(ui->mnu_NodeOperSetRetNode, &QAction::triggered, this, &frmMain::mnu_NodeOperSetRetNode_Click);
 
     connect(ui->cmdGo, &QPushButton::clicked, this, &frmMain::cmdGo_Click);
-    // Choosing an entry is Go, and so is Enter; the box itself reports Enter on a text that is in
-    // its list as a choice, so only other texts are taken from the line edit.
+    // Go runs on a choice from the list, on Enter with the text as typed, and on the button.
+    // The box would also take a finished edit that equals an entry (in any case) as a choice:
+    // leaving it would then run Go, and Enter would swap in the stored spelling.
+    QLineEdit *address = ui->cmboUrl->lineEdit();
+    disconnect(address, &QLineEdit::editingFinished, ui->cmboUrl, nullptr);
+    ui->cmboUrl->completer()->setCaseSensitivity(Qt::CaseSensitive);
     connect(ui->cmboUrl, &QComboBox::activated, this, [this] { cmdGo_Click(); });
-    connect(ui->cmboUrl->lineEdit(), &QLineEdit::returnPressed, this, [this] {
-        if (ui->cmboUrl->findText(ui->cmboUrl->currentText(), Qt::MatchFixedString) < 0)
-            cmdGo_Click();
-    });
+    connect(address, &QLineEdit::returnPressed, this, &frmMain::cmdGo_Click);
     connect(ui->cmdSearch, &QPushButton::clicked, this, &frmMain::cmdSearch_Click);
     connect(ui->cmdSave, &QPushButton::clicked, this, &frmMain::cmdSave_Click);
     connect(ui->mnu_Save, &QAction::triggered, this, &frmMain::cmdSave_Click);
@@ -305,7 +307,7 @@ bool frmMain::SearchDocument()
         ui->stts->showMessage(QStringLiteral("There is no page to search"), 10000);
         return false;
     }
-    const QStringList filters = hasFilters ? searchFiltersOf(*m_queryControl) : QStringList();
+    const QStringList filters = hasFilters ? walkElemAttribs(*m_queryControl) : QStringList();
     while (true) {
         const int found = ScanDocument(*m_hdoc, m_searchStart, searchText, filters, m_matcher);
         if (found >= 0) {
@@ -549,10 +551,12 @@ void frmMain::onLoadingChanged(const QWebEngineLoadingInfo &info)
     }
     m_loading = false;
     const quint64 serial = m_loadSerial;
-    m_page->requestSnapshot([this, serial](DocumentPtr document) {
-        if (serial == m_loadSerial && !m_loading)
-            DocumentComplete(document);
-    });
+    m_page->requestSnapshot(
+        [this, serial](DocumentPtr document) {
+            if (serial == m_loadSerial && !m_loading)
+                DocumentComplete(document);
+        },
+        m_snapshotLimits);
 }
 
 void frmMain::onRendererEnded(QWebEnginePage::RenderProcessTerminationStatus status, int exitCode)
@@ -588,6 +592,11 @@ void frmMain::DocumentComplete(const DocumentPtr &document)
         if (box.documentCompleted(location))
             ui->cmboUrl->setToolTip(location);
         setAddressBox(box);
+        if (m_hdoc->cut) {
+            const QString text = QStringLiteral("The page was read in part: %1.").arg(m_hdoc->cutReason);
+            ui->stts->showMessage(text, ErrorMessageTimeout);
+            Dialogs::messageBox(text, Dialogs::OkOnly | Dialogs::Exclamation);
+        }
     });
     m_documentComplete = true;
     emit documentCompleted();
@@ -618,9 +627,7 @@ void frmMain::AddElementBranch(int element, int16_t parentNumber)
 
 void frmMain::SelectNodeForSelection()
 {
-    m_page->requestSelectionElement([this](int sourceIndex) {
-        runHandler(this, HandlerOrigin::Internal, [&] { selectNode(m_tree.node(nodeKey(sourceIndex))); });
-    });
+    m_page->requestSelectionElement([this](int sourceIndex) { selectElementNode(sourceIndex); });
 }
 
 void frmMain::selectNode(QTreeWidgetItem *node)
@@ -668,10 +675,7 @@ void frmMain::treeMouseMove(const QPoint &position)
     const QTreeWidgetItem *node = ui->tvu->itemAt(position);
     if (!node || !m_hdoc)
         return;
-    runHandler(this, HandlerOrigin::Internal, [&] {
-        setStatusText(QString());
-        setStatusText(m_hdoc->innerText(elementOf(node)).toString());
-    });
+    runHandler(this, HandlerOrigin::Internal, [&] { setStatusText(m_hdoc->innerText(elementOf(node)).toString()); });
 }
 
 void frmMain::treeMouseUp(Qt::MouseButton button, const QPoint &position)
@@ -699,6 +703,9 @@ QString frmMain::statusText() const
 
 void frmMain::setStatusText(const QString &text)
 {
+    // Pointing somewhere else is looking on: an error shown meanwhile gives the panel back.
+    if (text != m_statusPanel->text())
+        ui->stts->clearMessage();
     m_statusPanel->setText(text);
 }
 

@@ -9,6 +9,7 @@
 #include "wildcardmatcher.h"
 #include "windowplacement.h"
 #include "platform/document.h"
+#include "platform/webpage.h"
 
 #include <QMainWindow>
 #include <QWebEnginePage>
@@ -19,12 +20,11 @@
 #include <memory>
 
 class QAction;
-class QLabel;
 class QTimer;
 class QWebEngineLoadingInfo;
 class QTreeWidgetItem;
 class ProgressStrip;
-class WebPage;
+class StatusPanel;
 struct PageParserFields;
 
 namespace Ui {
@@ -61,6 +61,8 @@ public:
     bool stopRequested() const { return m_stopRequested; }
     void setStopRequested(bool requested) { m_stopRequested = requested; }
     WebPage *page() const { return m_page; }
+    // What a snapshot of a loaded page may read before it is cut.
+    void setSnapshotLimits(const SnapshotLimits &limits) { m_snapshotLimits = limits; }
 
     // Where the next text search begins in the document's elements.
     int16_t SearchStart() const { return m_searchStart; }
@@ -146,7 +148,7 @@ private:
 
     std::unique_ptr<Ui::frmMain> ui;
     WebPage *m_page = nullptr;
-    QLabel *m_statusPanel = nullptr;
+    StatusPanel *m_statusPanel = nullptr;
     ProgressStrip *m_progress = nullptr;
     QTimer *m_todoSequencer = nullptr;
     NodeTree m_tree;
@@ -156,6 +158,7 @@ private:
     PaneRatios m_ratios;
     QStringList m_actionQueue;
     DocumentPtr m_hdoc;
+    SnapshotLimits m_snapshotLimits;
     bool m_documentComplete = true; // nothing is loading yet
     bool m_loading = false;
     quint64 m_loadSerial = 0;

@@ -3,6 +3,7 @@
 #include "control/attribwalk.h"
 #include "control/tamberlinecontrol.h"
 #include "platform/runtimeerror.h"
+#include "platform/textcase.h"
 #include "platform/textrules.h"
 
 #include <QApplication>
@@ -155,11 +156,11 @@ void NodePropertyList::MarkIfFiltered(QTreeWidgetItem *row)
         return;
     const QString name = row->text(0);
     const QString value = row->text(1);
-    const QString head = trimBlanks(name + u'=').toUpper();
-    const QString tail = trimBlanks(u'=' + value).toUpper();
+    const QString head = toUpperKeepingLength(trimBlanks(name + u'='));
+    const QString tail = toUpperKeepingLength(trimBlanks(u'=' + value));
     // Only the two ends of an entry are compared: a=b=c marks the row a / c as well as a / b=c.
     for (const QString &entry : walkElemAttribs(*m_control)) {
-        const QString e = trimBlanks(entry).toUpper();
+        const QString e = toUpperKeepingLength(trimBlanks(entry));
         if (e.left(name.size() + 1) == head && e.right(value.size() + 1) == tail) {
             const QSignalBlocker blocker(m_list);
             row->setCheckState(0, Qt::Checked);
@@ -172,11 +173,11 @@ void NodePropertyList::rowCheckToggled(QTreeWidgetItem *row)
 {
     if (!m_control)
         throw RuntimeError(ErrorNumber::ObjectRequired);
-    const QString name = trimBlanks(row->text(0)).toUpper();
+    const QString name = toUpperKeepingLength(trimBlanks(row->text(0)));
     const QStringList stored = m_control->storedAttribs();
     for (int i = 0; i < stored.size(); ++i) {
         const qsizetype at = stored.at(i).indexOf(u'=');
-        if (at < 0 || trimBlanks(stored.at(i).left(at)).toUpper() != name)
+        if (at < 0 || toUpperKeepingLength(trimBlanks(stored.at(i).left(at))) != name)
             continue;
         m_control->removeStoredAttrib(i);
         if (colourOf(row) == Red) {

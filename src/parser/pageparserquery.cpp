@@ -3,6 +3,7 @@
 #include "control/attribwalk.h"
 #include "control/tamberlinecontrol.h"
 #include "platform/conversions.h"
+#include "platform/textcase.h"
 #include "platform/textrules.h"
 #include "substitution/controlvariables.h"
 
@@ -10,7 +11,7 @@ namespace {
 
 QString comparable(const QString &text)
 {
-    return trimBlanks(text).toUpper();
+    return toUpperKeepingLength(trimBlanks(text));
 }
 
 // An entry splits at its first "="; one without "=" is all name.

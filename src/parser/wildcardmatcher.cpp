@@ -257,6 +257,16 @@ WildcardMatcher::Prepared WildcardMatcher::prepare(const QString &pattern) const
     prepared.hasTokens = p.contains(prepared.tokens.starToken) || p.contains(prepared.tokens.anyToken);
     prepared.nextStar = Evaluation::nextOccurrences(p, prepared.tokens.starToken);
     prepared.nextAny = Evaluation::nextOccurrences(p, prepared.tokens.anyToken);
+    // A token that starts inside a star fails the star's step; such patterns are marked once.
+    const qsizetype starLength = prepared.tokens.starToken.size();
+    for (qsizetype i = 0; i < p.size(); ++i) {
+        if (prepared.nextStar[i] != i)
+            continue;
+        for (const QList<qsizetype> *next : {&prepared.nextStar, &prepared.nextAny}) {
+            const qsizetype at = next->at(i + 1);
+            prepared.overlappingTokens = prepared.overlappingTokens || (at >= 0 && at < i + starLength);
+        }
+    }
     return prepared;
 }
 

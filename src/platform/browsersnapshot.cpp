@@ -1,5 +1,7 @@
 #include "browsersnapshot.h"
 
+#include <limits>
+
 namespace {
 
 // A reader for exactly the JSON that the page bridge writes, straight from the UTF-16 text the
@@ -28,6 +30,8 @@ public:
                 document->cut = readBool();
             else if (key == u"cutReason")
                 document->cutReason = readString();
+            else if (key == u"unreadTextFrom")
+                document->unreadTextFrom = readIndex(-1, std::numeric_limits<int>::max());
             else if (key == u"elements")
                 readElements(*document);
             else

@@ -91,7 +91,8 @@ public:
 protected:
     bool eventFilter(QObject *, QEvent *event) override
     {
-        if (event->type() == QEvent::Hide)
+        // Minimising hides a window too, spontaneously: only the program's own hide ends the loop.
+        if (event->type() == QEvent::Hide && !event->spontaneous())
             m_loop->quit();
         return false;
     }

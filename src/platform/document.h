@@ -54,6 +54,8 @@ public:
     // part before the cut, still in document order.
     bool cut = false;
     QString cutReason;
+    // The first element whose text was not read (its innerText is empty), -1 when all were.
+    int unreadTextFrom = -1;
 
     int length() const { return int(elements.size()); }
     const Element &item(int sourceIndex) const { return elements.at(sourceIndex); }

@@ -24,7 +24,7 @@ bool runHandler(QWidget *window, HandlerOrigin origin, const std::function<void(
         else if (window)
             status = window->findChild<QStatusBar *>();
         if (status)
-            status->showMessage(text);
+            status->showMessage(text, ErrorMessageTimeout);
         if (origin == HandlerOrigin::User)
             Dialogs::messageBox(text, Dialogs::OkOnly | Dialogs::Critical);
         return false;

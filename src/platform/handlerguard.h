@@ -15,6 +15,9 @@ enum class HandlerOrigin {
     Internal, // a timer, a page event: the status bar alone
 };
 
+// How long an error stays in a status bar, in milliseconds; it hides the bar's panels meanwhile.
+constexpr int ErrorMessageTimeout = 15000;
+
 // Text shown for an error, e.g. "Run-time error '6': Overflow".
 QString runtimeErrorText(const RuntimeError &error);
 

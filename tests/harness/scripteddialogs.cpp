@@ -30,8 +30,9 @@ ScriptedDialogs::ScriptedDialogs()
             window->hide();
             return;
         }
-        m_modalActions.dequeue()(window);
-        if (window->isVisible()) {
+        const ModalAction next = m_modalActions.dequeue();
+        next.action(window);
+        if (next.closes && window->isVisible()) {
             m_unexpected.append(QStringLiteral("still open after its action: ") + window->objectName());
             window->hide();
         }

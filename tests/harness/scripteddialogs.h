@@ -23,7 +23,9 @@ public:
     void answerMessageBox(int answer) { m_messageAnswers.enqueue(answer); }
     void answerInputBox(const QString &text) { m_inputAnswers.enqueue(text); }
     // The action runs once the next modal window is on screen, and must close it.
-    void onModal(std::function<void(QWidget *)> action) { m_modalActions.enqueue(std::move(action)); }
+    void onModal(std::function<void(QWidget *)> action) { m_modalActions.enqueue({std::move(action), true}); }
+    // The same, but the window may stay open after the action: something later closes it.
+    void onModalLeftOpen(std::function<void(QWidget *)> action) { m_modalActions.enqueue({std::move(action), false}); }
 
     // Convenience for the example-value prompt: type a value and press OK, or press Cancel.
     void answerPrompt(const QString &value);
@@ -40,7 +42,11 @@ public:
 private:
     QQueue<int> m_messageAnswers;
     QQueue<QString> m_inputAnswers;
-    QQueue<std::function<void(QWidget *)>> m_modalActions;
+    struct ModalAction {
+        std::function<void(QWidget *)> action;
+        bool closes = true;
+    };
+    QQueue<ModalAction> m_modalActions;
     QList<Dialogs::MessageBoxCall> m_messageBoxes;
     QList<Dialogs::InputBoxCall> m_inputBoxes;
     QStringList m_modalWindows;

@@ -6,6 +6,8 @@
 #include <QTreeWidget>
 #include <QtTest>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 // html > body > p(id=x, class="", title=null, data=NULL, ValdKey=k).
@@ -122,8 +124,8 @@ void tst_NodePropertyList::rows_data()
         << QStringList{QStringLiteral("id=x"), QStringLiteral("data=NULL")} + elementRows
                + QStringList{QStringLiteral("a=1+ r")};
     QTest::newRow("no element: the filters alone")
-        << int(NodePropertyList::Show::All) << -1 << QStringList{QStringLiteral("a=1"), QStringLiteral("b=")}
-        << QStringList{QStringLiteral("a=1+ r"), QStringLiteral("b=+ r")};
+        << int(NodePropertyList::Show::All) << -1 << QStringList{QStringLiteral("a=1"), QStringLiteral("b="), u"c=Stra\u00dfe"_s}
+        << QStringList{QStringLiteral("a=1+ r"), QStringLiteral("b=+ r"), u"c=Stra\u00dfe+ r"_s};
 }
 
 void tst_NodePropertyList::rows()

@@ -391,6 +391,12 @@ void tst_PageParser::selectionSelectsItsNode()
         QTRY_COMPARE(NodeTree::keyOf(tree->currentItem()), QStringLiteral("K14"));
         selectedKey = NodeTree::keyOf(tree->currentItem());
         QVERIFY(tree->currentItem()->parent()->isExpanded());
+        // Its attributes are listed too.
+        auto *properties = child<QTreeWidget>(parser, "lstProps");
+        properties->clear();
+        parser->SelectNodeForSelection();
+        QTRY_VERIFY(!properties->findItems(QStringLiteral("tagName"), Qt::MatchExactly).isEmpty());
+        QCOMPARE(properties->findItems(QStringLiteral("tagName"), Qt::MatchExactly).first()->text(1), QStringLiteral("B"));
         parser->findChild<QAction *>(QStringLiteral("mnu_Exit"))->trigger();
     });
     QCOMPARE(selectedKey, QStringLiteral("K14")); // html head title body h1 table tbody tr td td tr td td p b

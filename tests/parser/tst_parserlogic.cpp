@@ -16,6 +16,8 @@
 using Row = PageParserFields::Row;
 Q_DECLARE_METATYPE(QList<Row>)
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 void setQuery(Tamberline &control, const QString &url, const QString &search, int offset, const QStringList &filters)
@@ -76,6 +78,8 @@ void tst_ParserLogic::changesDetected_data()
         << QStringList{QStringLiteral(" ID = X ")} << QStringLiteral("2") << QList<Row>{{QStringLiteral("id"), QStringLiteral("x"), true}} << false;
     QTest::newRow("ticked row with another value") << idX << QStringLiteral("2")
                                                    << QList<Row>{{QStringLiteral("id"), QStringLiteral("y"), true}} << true;
+    QTest::newRow("sharp s is not SS") << QStringList{u"title=Stra\u00dfe"_s} << QStringLiteral("2")
+                                       << QList<Row>{{QStringLiteral("title"), QStringLiteral("STRASSE"), true}} << true;
     QTest::newRow("filter hidden behind a blank entry counts as gone")
         << QStringList{QStringLiteral(" "), QStringLiteral("id=x")} << QStringLiteral("2") << QList<Row>{ticked} << true;
     // A change in the boxes alone does not count: the result is false there.

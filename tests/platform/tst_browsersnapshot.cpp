@@ -15,7 +15,7 @@ private slots:
 void tst_BrowserSnapshot::readsWhatTheBridgeWrites()
 {
     const QString json = QStringLiteral(
-        R"({"url":"file:///p.html","title":"T \"q\"","cut":true,"cutReason":"too long","elements":[)"
+        R"({"url":"file:///p.html","title":"T \"q\"","cut":true,"cutReason":"too long","unreadTextFrom":2,"elements":[)"
         R"(["HTML",-1,"","A\n\tB",[],[1]],)"
         R"(["BODY",0,"main","A\n\tB",["id","main","data-x","\u00e9\ud83d\ude00\\/"],["A",2,"tail",7]],)"
         R"(["B",1,"","B",[],["B"]]]})");
@@ -23,6 +23,7 @@ void tst_BrowserSnapshot::readsWhatTheBridgeWrites()
     QCOMPARE(document->url, QStringLiteral("file:///p.html"));
     QCOMPARE(document->title, QStringLiteral("T \"q\""));
     QVERIFY(document->cut);
+    QCOMPARE(document->unreadTextFrom, 2);
     QCOMPARE(document->length(), 3);
     QCOMPARE(document->innerText(0), u"A\n\tB");
     QCOMPARE(document->upperInnerText(2), u"B");

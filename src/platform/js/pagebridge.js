@@ -93,6 +93,7 @@
             let textBudget = limits.maxTextChars;
             let cut = false;
             let cutReason = '';
+            let unreadTextFrom = -1;
             for (let node = nextNode.call(walker); node; node = nextNode.call(walker)) {
                 const parent = indexOf.get(parentNodeOf.call(node));
                 if (nodeTypeOf.call(node) === Node.TEXT_NODE) {
@@ -124,16 +125,18 @@
                         attributes.push(name, value);
                     }
                 }
-                let text = firstChildOf.call(node) ? renderedText(node) || '' : '';
+                // Once the budget is spent no text is read: the search must know where texts end.
+                let text = unreadTextFrom < 0 && firstChildOf.call(node) ? renderedText(node) || '' : '';
                 if (text.length > textBudget) {
                     cut = true;
                     cutReason = 'the page text is too large; element texts from element ' + index + ' on were left out';
+                    unreadTextFrom = index;
                     text = '';
                 }
                 textBudget -= text.length;
                 elements.push([tagNameOf.call(node), parent === undefined ? -1 : parent, id, text, attributes, []]);
             }
-            return JSON.stringify({ url: location.href, title: titleOf.call(document), cut, cutReason, elements });
+            return JSON.stringify({ url: location.href, title: titleOf.call(document), cut, cutReason, unreadTextFrom, elements });
         },
 
         // The index of the element that holds the selection or the caret, or -1.

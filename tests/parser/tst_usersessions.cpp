@@ -1,0 +1,224 @@
+// Sessions in the Page Parser as users have them, driven by real events; each asserts what the
+// user left in the window is what the query holds, or what the user sees.
+#include "control/tamberlinecontrol.h"
+#include "freshquery.h"
+#include "parser/frmmain.h"
+#include "parser/nodekeys.h"
+#include "parser/statuspanel.h"
+#include "parserdriver.h"
+#include "platform/settingsstore.h"
+#include "platform/webpage.h"
+#include "scripteddialogs.h"
+#include "testsettings.h"
+
+#include <QComboBox>
+#include <QLineEdit>
+#include <QStatusBar>
+#include <QTemporaryDir>
+#include <QTreeWidget>
+#include <QtTest>
+
+class tst_UserSessions : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup() { m_settings.reset(); }
+    void minimiseAndRestoreKeepTheEdit();
+    void addressBox_data();
+    void addressBox();
+    void hoveringAHugeElement();
+    void anErrorGivesThePanelBack();
+    void aPageReadInPart();
+
+private:
+    QString writePage(const QByteArray &body);
+
+    std::unique_ptr<TestSettings> m_settings;
+    QTemporaryDir m_pages;
+};
+
+void tst_UserSessions::init()
+{
+    m_settings = std::make_unique<TestSettings>();
+    resetThreadQuery();
+}
+
+QString tst_UserSessions::writePage(const QByteArray &body)
+{
+    static int count = 0;
+    const QString path = m_pages.filePath(QStringLiteral("page%1.html").arg(++count));
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly))
+        return {};
+    file.write("<!DOCTYPE html><html><head><title>t</title></head><body>" + body + "</body></html>");
+    return QUrl::fromLocalFile(path).toString();
+}
+
+void tst_UserSessions::minimiseAndRestoreKeepTheEdit()
+{
+    ScriptedDialogs script;
+    Tamberline control;
+    control.setUrl1(testPageUrl(QStringLiteral("simple.html")));
+    control.setAllowNav2(true);
+    script.onModalLeftOpen([&](QWidget *window) {
+        QTest::keyClicks(child<QLineEdit>(window, "txtSearchText"), QStringLiteral("Pears"));
+        window->showMinimized();
+        QTRY_VERIFY(window->isMinimized());
+        window->showNormal();
+        QTRY_VERIFY(!window->isMinimized());
+        // The user goes on once the window is back: Save, then Close.
+        QTimer::singleShot(50, window, [window] {
+            clickButton(window, "cmdSave");
+            clickButton(window, "cmdClose");
+        });
+    });
+    QVERIFY(control.EditQueryItem());
+    QVERIFY2(script.done(), qPrintable(script.pending()));
+    QCOMPARE(control.SearchText(), QStringLiteral("Pears"));
+}
+
+void tst_UserSessions::addressBox_data()
+{
+    QTest::addColumn<bool>("otherCase");
+    QTest::addColumn<int>("key"); // 0: none, the user clicks Save
+    QTest::addColumn<bool>("goes");
+    QTest::newRow("leaving a box that equals an entry in other case") << true << 0 << false;
+    QTest::newRow("Enter on the address shown reloads") << false << int(Qt::Key_Return) << true;
+    QTest::newRow("Enter on an address in other case keeps it") << true << int(Qt::Key_Return) << true;
+}
+
+void tst_UserSessions::addressBox()
+{
+    QFETCH(bool, otherCase);
+    QFETCH(int, key);
+    QFETCH(bool, goes);
+    ScriptedDialogs script;
+    Tamberline control;
+    const QString address = testPageUrl(QStringLiteral("simple.html"));
+    control.setUrl1(address);
+    control.setAllowNav2(true);
+    control.setSearchText(QStringLiteral("0.95"));
+    control.setElemAttribs(-1, QStringLiteral("class=price"));
+    const QString typed = otherCase ? QStringLiteral("FILE") + address.mid(4) : address;
+    QString boxAfter;
+    int loads = 0;
+    editWithParser(control, script, [&](frmMain *parser) {
+        QVERIFY(QTest::qWaitForWindowActive(parser));
+        auto *box = child<QComboBox>(parser, "cmboUrl");
+        QSignalSpy started(parser->page(), &QWebEnginePage::loadStarted);
+        box->lineEdit()->setFocus();
+        box->lineEdit()->selectAll();
+        QTest::keyClicks(box->lineEdit(), typed);
+        if (key != 0) {
+            QTest::keyClick(box->lineEdit(), Qt::Key(key));
+            if (goes)
+                QTRY_VERIFY(started.count() > 0 && parser->isDocumentComplete());
+        } else {
+            clickButton(parser, "cmdSave");
+        }
+        QTest::qWait(200);
+        loads = started.count();
+        boxAfter = box->currentText();
+        triggerMenu(parser, "mnu_Exit");
+    });
+    QVERIFY2(script.done(), qPrintable(script.pending()));
+    QCOMPARE(loads > 0, goes);
+    QCOMPARE(boxAfter, typed);
+    if (!goes) {
+        QCOMPARE(control.Url1(), typed);
+        QCOMPARE(control.ElemAttribs(0), QStringLiteral("class=price"));
+    }
+}
+
+void tst_UserSessions::hoveringAHugeElement()
+{
+    QByteArray lines;
+    for (int i = 0; i < 100; ++i)
+        lines += "line " + QByteArray::number(i) + " of an element with a very long text\n";
+    ScriptedDialogs script;
+    Tamberline control;
+    control.setUrl1(writePage("<pre id=\"huge\">" + lines + "</pre>"));
+    control.setAllowNav2(true);
+    QSize before, after;
+    QString height, panelShows, panelHolds;
+    int panelHeight = 0;
+    editWithParser(control, script, [&](frmMain *parser) {
+        before = parser->size();
+        height = SettingsStore::getSetting(QStringLiteral("Preferences"), QStringLiteral("WindowHeight"));
+        auto *tree = child<QTreeWidget>(parser, "tvu");
+        QTreeWidgetItem *node = parser->nodeTree().node(nodeKey(elementWithId(parser->hdoc(), QStringLiteral("huge"))));
+        for (QTreeWidgetItem *parent = node->parent(); parent; parent = parent->parent())
+            parent->setExpanded(true);
+        QTest::mouseMove(tree->viewport(), tree->visualItemRect(node).center());
+        QTRY_VERIFY(parser->statusText().size() > 4000);
+        QTest::qWait(100);
+        after = parser->size();
+        auto *panel = child<StatusPanel>(parser, "sttsPanel1");
+        panelShows = panel->shownText();
+        panelHolds = panel->text();
+        panelHeight = panel->height();
+        triggerMenu(parser, "mnu_Exit");
+    });
+    QCOMPARE(after, before);
+    QCOMPARE(SettingsStore::getSetting(QStringLiteral("Preferences"), QStringLiteral("WindowHeight")), height);
+    QVERIFY(panelHeight < 40);
+    QVERIFY(panelShows.startsWith(QStringLiteral("line 0 of an element")));
+    QVERIFY(!panelShows.contains(u'\n'));
+    QVERIFY(panelHolds.contains(QStringLiteral("line 99"))); // the whole text, for the node menu
+}
+
+void tst_UserSessions::anErrorGivesThePanelBack()
+{
+    ScriptedDialogs script;
+    Tamberline control;
+    control.setUrl1(testPageUrl(QStringLiteral("simple.html")));
+    control.setAllowNav2(true);
+    QString shownError;
+    bool panelBack = false;
+    editWithParser(control, script, [&](frmMain *parser) {
+        auto *tree = child<QTreeWidget>(parser, "tvu");
+        tree->setCurrentItem(nullptr);
+        script.answerMessageBox(Dialogs::OK);
+        triggerMenu(parser, "mnu_NodeOperSetSearchNode"); // no node selected: error 91
+        shownError = parser->statusBar()->currentMessage();
+        QTest::mouseMove(tree->viewport(), tree->visualItemRect(parser->nodeTree().node(RootKey)).center());
+        QTRY_VERIFY(!parser->statusText().isEmpty());
+        panelBack = child<StatusPanel>(parser, "sttsPanel1")->isVisible() && parser->statusBar()->currentMessage().isEmpty();
+        triggerMenu(parser, "mnu_Exit");
+    });
+    QVERIFY2(script.done(), qPrintable(script.pending()));
+    QVERIFY(shownError.startsWith(QStringLiteral("Run-time error '91'")));
+    QVERIFY(panelBack);
+}
+
+void tst_UserSessions::aPageReadInPart()
+{
+    ScriptedDialogs script;
+    Tamberline control;
+    control.setUrl1(writePage("<p>alpha</p><p>beta</p>"));
+    control.setAllowNav2(true);
+    editWithParser(control, script, [&](frmMain *parser) {
+        SnapshotLimits limits;
+        limits.maxTextChars = 5;
+        parser->setSnapshotLimits(limits);
+        script.answerMessageBox(Dialogs::OK);
+        clickButton(parser, "cmdGo");
+        QTRY_VERIFY(parser->isDocumentComplete() && parser->hdoc() && parser->hdoc()->cut);
+        QTRY_COMPARE(script.messageBoxes().size(), 1);
+        // A word in a text that was not read is not "not found": the search says why.
+        child<QLineEdit>(parser, "txtSearchText")->setText(QStringLiteral("beta"));
+        script.answerMessageBox(Dialogs::OK);
+        clickButton(parser, "cmdSearch");
+        triggerMenu(parser, "mnu_Exit");
+    });
+    QVERIFY2(script.done(), qPrintable(script.pending()));
+    QCOMPARE(script.messageBoxes().size(), 2);
+    QVERIFY(script.messageBoxes().at(0).text.startsWith(QStringLiteral("The page was read in part: the page text is too large")));
+    QVERIFY2(script.messageBoxes().at(1).text.contains(QStringLiteral("texts that were not read")),
+             qPrintable(script.messageBoxes().at(1).text));
+}
+
+QTEST_MAIN(tst_UserSessions)
+#include "tst_usersessions.moc"
