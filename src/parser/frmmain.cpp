@@ -26,7 +26,6 @@
 
 #include <QApplication>
 #include <QCloseEvent>
-#include <QCompleter>
 #include <QKeyEvent>
 #include <QHeaderView>
 #include <QLineEdit>
@@ -131,11 +130,11 @@ frmMain::frmMain(QWidget *parent)
 
     connect(ui->cmdGo, &QPushButton::clicked, this, &frmMain::cmdGo_Click);
     // Go runs on a choice from the list, on Enter with the text as typed, and on the button.
-    // The box would also take a finished edit that equals an entry (in any case) as a choice:
-    // leaving it would then run Go, and Enter would swap in the stored spelling.
+    // The box would also take a finished edit that equals an entry (in any case) as a choice,
+    // so leaving it would run Go, and its completion would change what was typed.
     QLineEdit *address = ui->cmboUrl->lineEdit();
     disconnect(address, &QLineEdit::editingFinished, ui->cmboUrl, nullptr);
-    ui->cmboUrl->completer()->setCaseSensitivity(Qt::CaseSensitive);
+    ui->cmboUrl->setCompleter(nullptr);
     connect(ui->cmboUrl, &QComboBox::activated, this, [this] { cmdGo_Click(); });
     connect(address, &QLineEdit::returnPressed, this, &frmMain::cmdGo_Click);
     connect(ui->cmdSearch, &QPushButton::clicked, this, &frmMain::cmdSearch_Click);
