@@ -13,6 +13,7 @@
 #include <QListWidget>
 
 #include <cstring>
+#include <memory>
 
 Tamberline::Tamberline(QObject *parent)
     : QObject(parent)
@@ -49,6 +50,9 @@ bool Tamberline::EditProperties()
 
 bool Tamberline::EditQueryItem()
 {
+    // Held here rather than reached through this: a host timer may end this control while
+    // the window is open, and the call must still return.
+    const std::shared_ptr<ControlThreadState> state = m_state;
     // Every failure becomes False: the host is shown nothing.
     try {
         const QString problem = browserSandboxProblem();
@@ -56,12 +60,11 @@ bool Tamberline::EditQueryItem()
             qWarning("%s", qPrintable(problem));
             return false;
         }
-        m_state->releaseLastPageParser();
-        auto *parser = new frmMain;
-        m_state->setLastPageParser(parser);
+        state->releaseLastPageParser();
+        const auto parser = std::make_unique<frmMain>();
+        state->setLastPageParser(parser.get());
         parser->SetQueryControl(this);
         parser->EditQuery();
-        delete parser; // unloaded; the guard in the thread state sees it go
         return true;
     } catch (const std::exception &) {
         return false;
