@@ -5,6 +5,7 @@
 #include "tamberlinecontrol.h"
 
 #include <QApplication>
+#include <QStringDecoder>
 #include <QThread>
 
 #include <cstdlib>
@@ -56,7 +57,8 @@ int fail(int number, const QString &description)
     return number;
 }
 
-// Runs one call: the status is 0 or the number of the error that ended it.
+// Runs one call: the status is 0 or the number of the error that ended it; success clears the
+// last error.
 template <typename Call>
 int guarded(Call &&call)
 {
@@ -91,9 +93,17 @@ T &out(T *result)
     return *result;
 }
 
+// Text as the host passed it; bytes that are not UTF-8 are refused rather than replaced, so
+// nothing the host did not mean is stored.
 QString fromUtf8(const char *text)
 {
-    return text ? QString::fromUtf8(text) : QString();
+    if (!text)
+        return {};
+    QStringDecoder decoder(QStringConverter::Utf8, QStringConverter::Flag::Stateless | QStringConverter::Flag::ConvertInitialBom);
+    QString decoded = decoder(text);
+    if (decoder.hasError())
+        throw RuntimeError(ErrorNumber::InvalidCall, QStringLiteral("The text is not valid UTF-8"));
+    return decoded;
 }
 
 QVariant toVariant(const TamberlineValue &value)
@@ -102,7 +112,7 @@ QVariant toVariant(const TamberlineValue &value)
     case TAMBERLINE_EMPTY:
         return {};
     case TAMBERLINE_BOOL:
-        return fromVBool(static_cast<VBool>(value.number));
+        return value.number != 0;
     case TAMBERLINE_INT16:
         return QVariant::fromValue(checkedInt16(value.number));
     case TAMBERLINE_INT32:
@@ -115,11 +125,12 @@ QVariant toVariant(const TamberlineValue &value)
 
 TamberlineValue fromVariant(const QVariant &value)
 {
+    // Booleans come out of dispatch as 16-bit VBool; no member returns another 16-bit value.
     switch (value.typeId()) {
     case QMetaType::Bool:
         return {TAMBERLINE_BOOL, toVBool(value.toBool()), nullptr};
     case QMetaType::Short:
-        return {TAMBERLINE_INT16, value.toInt(), nullptr};
+        return {TAMBERLINE_BOOL, value.toInt(), nullptr};
     case QMetaType::Int:
         return {TAMBERLINE_INT32, value.toInt(), nullptr};
     case QMetaType::QString:

@@ -1,10 +1,11 @@
 /* The query control for hosts that are not Qt programs.
  *
  * Every function returns a status: 0 on success, otherwise a run-time error number
- * (424 object required, 6 overflow, 13 type mismatch, 438 no such member, ...);
- * tamberline_last_error describes the last failure on the calling thread.
- * Results come back in the last, out-parameter. Strings are UTF-8; strings returned by the
- * library are freed with tamberline_free_string. Booleans are int16_t with True = -1.
+ * (424 object required, 6 overflow, 13 type mismatch, 438 no such member, 5 invalid call or
+ * argument, ...). Results come back in the last, out-parameter, which a failed call leaves
+ * untouched. Strings are UTF-8 (text that is not valid UTF-8 is refused with 5 and nothing is
+ * stored); strings returned by the library are freed with tamberline_free_string. Booleans are
+ * int16_t with True = -1; any non-zero Boolean argument is True.
  *
  * Controls created on one thread share one query; a control on another thread has its own.
  * Call a control only on the thread that created it. The library creates the Qt application
@@ -41,7 +42,7 @@ typedef struct TamberlineControl TamberlineControl;
 
 /* Value types of tamberline_invoke's arguments and result. */
 #define TAMBERLINE_EMPTY 0
-#define TAMBERLINE_BOOL 1  /* number: -1 or 0 */
+#define TAMBERLINE_BOOL 1  /* number: -1 or 0 in results; any non-zero number is True in arguments */
 #define TAMBERLINE_INT16 2 /* number */
 #define TAMBERLINE_INT32 3 /* number */
 #define TAMBERLINE_TEXT 4  /* text, UTF-8 */
@@ -74,7 +75,9 @@ int tamberline_EditWizard(TamberlineControl *control, int16_t *result);
 int tamberline_invoke(TamberlineControl *control, int32_t dispid, int kind,
                       const TamberlineValue *args, int argCount, TamberlineValue *result);
 
-/* The description of the last failed call on this thread ("" when none failed). */
+/* The description of the last failed call on this thread. Every call that returns 0 empties
+ * it; tamberline_last_error, tamberline_free_string and tamberline_value_clear leave it
+ * alone. */
 int tamberline_last_error(char **result);
 
 void tamberline_free_string(char *text);

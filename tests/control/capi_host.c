@@ -26,6 +26,16 @@ static int textIs(int status, char *text, const char *expected)
     return same;
 }
 
+static int lastErrorMentions(const char *part)
+{
+    char *text = NULL;
+    int found = tamberline_last_error(&text) == 0 && text && strstr(text, part) != NULL;
+    if (!found)
+        fprintf(stderr, "  last error \"%s\" does not mention \"%s\"\n", text ? text : "(null)", part);
+    tamberline_free_string(text);
+    return found;
+}
+
 static int url1Is(TamberlineControl *control, const char *expected)
 {
     char *text = NULL;
@@ -71,6 +81,16 @@ static void testPropertiesAndSharing(void)
     CHECK(tamberline_ElemAttribs_put(second, 0, "x=9") == 424);
     CHECK(tamberline_last_error(&text) == 0 && textIs(0, text, "Object required"));
     CHECK(attribIs(first, 0, "a=1"));
+    CHECK(tamberline_last_error(&text) == 0 && textIs(0, text, ""));
+
+    /* Bytes that are not UTF-8 are refused, not stored with replacement characters. */
+    CHECK(tamberline_Url1_put(first, "http://shop.example/\xff") == 5);
+    CHECK(lastErrorMentions("UTF-8"));
+    CHECK(url1Is(first, "http://shop.example/item?id=%id%&lang=\xc3\xa9"));
+    CHECK(tamberline_SearchText_put(first, "Price \xed\xa0\x80") == 5); /* an encoded surrogate */
+    CHECK(tamberline_ElemAttribs_put(first, -1, "class=\xc3") == 5);   /* cut short */
+    CHECK(attribIs(first, 1, "b=2"));
+    CHECK(attribIs(first, 2, ""));
     CHECK(tamberline_ClearAttribs(second) == 0);
     CHECK(attribIs(first, 0, ""));
 
@@ -86,6 +106,7 @@ static void testInvoke(void)
     TamberlineValue result = {TAMBERLINE_EMPTY, 0, NULL};
     char attrib[] = "class=price";
     char url[] = "page.htm";
+    char overlong[] = "page\xc0\xae.htm"; /* an overlong '.' */
 
     CHECK(tamberline_create(&control) == 0);
     args[0].type = TAMBERLINE_TEXT;
@@ -112,6 +133,12 @@ static void testInvoke(void)
     CHECK(tamberline_invoke(control, TAMBERLINE_DISPID_ALLOWNAV2, TAMBERLINE_PROPERTYPUT, args, 1, NULL) == 0);
     CHECK(tamberline_invoke(control, TAMBERLINE_DISPID_ALLOWNAV2, TAMBERLINE_PROPERTYGET, NULL, 0, &result) == 0);
     CHECK(result.type == TAMBERLINE_BOOL && result.number == -1);
+    args[0].number = 0;
+    CHECK(tamberline_invoke(control, TAMBERLINE_DISPID_ALLOWNAV2, TAMBERLINE_PROPERTYPUT, args, 1, NULL) == 0);
+    args[0].number = 65536; /* non-zero in 32 bits, zero in the low 16 */
+    CHECK(tamberline_invoke(control, TAMBERLINE_DISPID_ALLOWNAV2, TAMBERLINE_PROPERTYPUT, args, 1, NULL) == 0);
+    CHECK(tamberline_invoke(control, TAMBERLINE_DISPID_ALLOWNAV2, TAMBERLINE_PROPERTYGET, NULL, 0, &result) == 0);
+    CHECK(result.type == TAMBERLINE_BOOL && result.number == -1);
 
     args[0].type = TAMBERLINE_INT32;
     args[0].number = 12;
@@ -125,11 +152,16 @@ static void testInvoke(void)
     args[0].type = TAMBERLINE_INT32;
     args[0].number = 40000; /* does not fit the 16-bit index */
     CHECK(tamberline_invoke(control, TAMBERLINE_DISPID_ELEMATTRIBS, TAMBERLINE_PROPERTYGET, args, 1, &result) == 6);
+    CHECK(result.type == TAMBERLINE_INT32 && result.number == 12); /* untouched by the failures */
     CHECK(tamberline_invoke(control, 0x12345678, TAMBERLINE_METHOD, NULL, 0, &result) == 438);
     CHECK(tamberline_invoke(control, TAMBERLINE_DISPID_URL1, TAMBERLINE_PROPERTYGET, args, 1, &result) == 450);
     args[0].type = 99;
     CHECK(tamberline_invoke(control, TAMBERLINE_DISPID_URL1, TAMBERLINE_PROPERTYPUT, args, 1, NULL) == 13);
     CHECK(tamberline_invoke(control, TAMBERLINE_DISPID_URL1, TAMBERLINE_PROPERTYPUT, NULL, 1, NULL) == 5);
+    args[0].type = TAMBERLINE_TEXT;
+    args[0].text = overlong;
+    CHECK(tamberline_invoke(control, TAMBERLINE_DISPID_URL1, TAMBERLINE_PROPERTYPUT, args, 1, NULL) == 5);
+    CHECK(url1Is(control, "page.htm"));
     CHECK(tamberline_release(control) == 0);
 }
 
