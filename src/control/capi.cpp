@@ -4,7 +4,6 @@
 #include "platform/boundarytypes.h"
 #include "tamberlinecontrol.h"
 
-#include <QApplication>
 #include <QStringDecoder>
 #include <QThread>
 
@@ -23,19 +22,6 @@ constexpr int OutOfMemory = 7;
 constexpr int InternalError = 51;
 
 thread_local QByteArray lastError;
-
-void ensureApplication()
-{
-    if (QCoreApplication::instance())
-        return;
-    // Lives as long as the process: a host without Qt never tears it down.
-    static int argc = 1;
-    static char name[] = "tamberline";
-    static char *argv[] = {name, nullptr};
-    // The embedded browser shares its graphics context; this must precede the application.
-    QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
-    new QApplication(argc, argv);
-}
 
 char *copyUtf8(const QByteArray &utf8)
 {
@@ -147,7 +133,6 @@ int tamberline_create(TamberlineControl **control)
 {
     return guarded([&] {
         TamberlineControl *&handle = out(control);
-        ensureApplication();
         auto created = std::make_unique<TamberlineControl>();
         created->control = std::make_unique<Tamberline>();
         handle = created.release();

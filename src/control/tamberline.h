@@ -8,8 +8,14 @@
  * int16_t with True = -1; any non-zero Boolean argument is True.
  *
  * Controls created on one thread share one query; a control on another thread has its own.
- * Call a control only on the thread that created it. The library creates the Qt application
- * object when the host has none. */
+ * Call a control only on the thread that created it (5 otherwise).
+ *
+ * Properties need no display and no Qt application object. The editors (EditProperties,
+ * EditQueryItem, EditWizard, also through tamberline_invoke) open windows: they run only on
+ * the thread that owns the Qt application object, or when the host has none, on the process's
+ * main thread, where the first editor creates it. They fail with 5 on any other thread, and
+ * when no window system can start (no reachable X server at DISPLAY, no Wayland socket, and
+ * QT_QPA_PLATFORM not naming a platform that needs no display such as offscreen). */
 #ifndef TAMBERLINE_H
 #define TAMBERLINE_H
 

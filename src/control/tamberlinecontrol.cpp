@@ -2,6 +2,7 @@
 
 #include "attribwalk.h"
 #include "controlthreadstate.h"
+#include "editorapplication.h"
 #include "parser/frmmain.h"
 #include "platform/conversions.h"
 #include "platform/dialogs.h"
@@ -45,11 +46,13 @@ void Tamberline::setNodeOffset(qint32 value) { m_state->query.NodeOffset = value
 
 bool Tamberline::EditProperties()
 {
+    prepareEditorApplication(*this);
     return EditAttributeFilters(*this);
 }
 
 bool Tamberline::EditQueryItem()
 {
+    prepareEditorApplication(*this);
     // Held here rather than reached through this: a host timer may end this control while
     // the window is open, and the call must still return.
     const std::shared_ptr<ControlThreadState> state = m_state;
@@ -73,6 +76,7 @@ bool Tamberline::EditQueryItem()
 
 bool Tamberline::EditWizard()
 {
+    prepareEditorApplication(*this);
     // No error trap: a failure reaches the host, and what was written before it stays.
     frmWizard wizard;
     wizard.PrepareWizard();

@@ -180,10 +180,31 @@ static void testMisuse(void)
     (void)flag;
 }
 
+/* The editors in a process where they cannot open: an error number back, the host alive. */
+static void testEditorsWithoutWindowSystem(void)
+{
+    TamberlineControl *control = NULL;
+    TamberlineValue result = {TAMBERLINE_INT32, 7, NULL};
+    int16_t flag = 1;
+    CHECK(tamberline_create(&control) == 0);
+    CHECK(tamberline_Url1_put(control, "kept") == 0);
+    CHECK(tamberline_EditQueryItem(control, &flag) == 5 && flag == 1);
+    CHECK(lastErrorMentions("QT_QPA_PLATFORM=offscreen"));
+    CHECK(tamberline_EditWizard(control, &flag) == 5);
+    CHECK(tamberline_EditProperties(control, &flag) == 5 && flag == 1);
+    CHECK(tamberline_invoke(control, TAMBERLINE_DISPID_EDITWIZARD, TAMBERLINE_METHOD, NULL, 0, &result) == 5);
+    CHECK(result.type == TAMBERLINE_INT32 && result.number == 7);
+    CHECK(url1Is(control, "kept"));
+    CHECK(tamberline_release(control) == 0);
+}
+
 struct ThreadResult {
     int sawEmpty;
     int sawOwn;
     int wrongThreadStatus;
+    int editorStatus;
+    int invokedEditorStatus;
+    int16_t editorResult;
     TamberlineControl *foreign;
 };
 
@@ -199,6 +220,9 @@ static void *otherThread(void *argument)
     result->sawOwn = url1Is(control, "worker");
     result->wrongThreadStatus = tamberline_Url1_get(result->foreign, &text);
     tamberline_free_string(text);
+    /* Windows belong to the application's thread: refused, not built here. */
+    result->editorStatus = tamberline_EditWizard(control, &result->editorResult);
+    result->invokedEditorStatus = tamberline_invoke(control, TAMBERLINE_DISPID_EDITPROPERTIES, TAMBERLINE_METHOD, NULL, 0, NULL);
     tamberline_release(control);
     return NULL;
 }
@@ -207,7 +231,7 @@ static void testThreads(void)
 {
     TamberlineControl *control = NULL;
     pthread_t thread;
-    struct ThreadResult result = {0, 0, 0, NULL};
+    struct ThreadResult result = {0, 0, 0, 0, 0, 1, NULL};
     CHECK(tamberline_create(&control) == 0);
     CHECK(tamberline_Url1_put(control, "main") == 0);
     result.foreign = control;
@@ -216,15 +240,22 @@ static void testThreads(void)
     CHECK(result.sawEmpty);
     CHECK(result.sawOwn);
     CHECK(result.wrongThreadStatus == 5);
+    CHECK(result.editorStatus == 5 && result.editorResult == 1);
+    CHECK(result.invokedEditorStatus == 5);
     CHECK(url1Is(control, "main"));
     CHECK(tamberline_release(control) == 0);
 }
 
-int main(void)
+/* With the argument "no-window-system" the process has no display and no QT_QPA_PLATFORM that
+ * would do without one. */
+int main(int argc, char **argv)
 {
+    int windowless = argc > 1 && strcmp(argv[1], "no-window-system") == 0;
     testPropertiesAndSharing();
     testInvoke();
     testMisuse();
+    if (windowless)
+        testEditorsWithoutWindowSystem();
     testThreads();
     if (failures)
         fprintf(stderr, "%d checks failed\n", failures);
