@@ -43,14 +43,15 @@ int fail(int number, const QString &description)
     return number;
 }
 
-// Runs one call: the status is 0 or the number of the error that ended it; success clears the
-// last error.
+// Runs one call: the status is 0 or the number of the error that ended it. Success clears the
+// last error, except that an EditQueryItem that returned False leaves why.
 template <typename Call>
 int guarded(Call &&call)
 {
     try {
+        takeEditQueryItemFailure();
         call();
-        lastError.clear();
+        lastError = takeEditQueryItemFailure().toUtf8();
         return 0;
     } catch (const RuntimeError &error) {
         return fail(error.number(), error.description());

@@ -15,7 +15,10 @@
  * the thread that owns the Qt application object, or when the host has none, on the process's
  * main thread, where the first editor creates it. They fail with 5 on any other thread, and
  * when no window system can start (no reachable X server at DISPLAY, no Wayland socket, and
- * QT_QPA_PLATFORM not naming a platform that needs no display such as offscreen). */
+ * QT_QPA_PLATFORM not naming a platform that needs no display such as offscreen).
+ *
+ * EditQueryItem turns every failure inside it into the result False with status 0;
+ * tamberline_last_error then says why. */
 #ifndef TAMBERLINE_H
 #define TAMBERLINE_H
 
@@ -82,8 +85,9 @@ int tamberline_invoke(TamberlineControl *control, int32_t dispid, int kind,
                       const TamberlineValue *args, int argCount, TamberlineValue *result);
 
 /* The description of the last failed call on this thread. Every call that returns 0 empties
- * it; tamberline_last_error, tamberline_free_string and tamberline_value_clear leave it
- * alone. */
+ * it, except that EditQueryItem returning False (directly or through tamberline_invoke) leaves
+ * the reason there; tamberline_last_error, tamberline_free_string and tamberline_value_clear
+ * leave it alone. */
 int tamberline_last_error(char **result);
 
 void tamberline_free_string(char *text);

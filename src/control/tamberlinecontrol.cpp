@@ -6,6 +6,7 @@
 #include "parser/frmmain.h"
 #include "platform/conversions.h"
 #include "platform/dialogs.h"
+#include "platform/runtimeerror.h"
 #include "platform/webpage.h"
 #include "wizard/editattributefilters.h"
 #include "wizard/frmwizard.h"
@@ -15,6 +16,11 @@
 
 #include <cstring>
 #include <memory>
+#include <utility>
+
+namespace {
+thread_local QString editQueryItemFailure;
+} // namespace
 
 Tamberline::Tamberline(QObject *parent)
     : QObject(parent)
@@ -56,11 +62,11 @@ bool Tamberline::EditQueryItem()
     // Held here rather than reached through this: a host timer may end this control while
     // the window is open, and the call must still return.
     const std::shared_ptr<ControlThreadState> state = m_state;
-    // Every failure becomes False: the host is shown nothing.
+    // Every failure becomes False: the host is shown nothing, but may ask why.
     try {
         const QString problem = browserSandboxProblem();
         if (!problem.isEmpty()) {
-            qWarning("%s", qPrintable(problem));
+            editQueryItemFailure = problem;
             return false;
         }
         state->releaseLastPageParser();
@@ -68,10 +74,14 @@ bool Tamberline::EditQueryItem()
         state->setLastPageParser(parser.get());
         parser->SetQueryControl(this);
         parser->EditQuery();
+        editQueryItemFailure.clear();
         return true;
-    } catch (const std::exception &) {
-        return false;
+    } catch (const RuntimeError &error) {
+        editQueryItemFailure = QString::fromUtf8(error.what());
+    } catch (const std::exception &error) {
+        editQueryItemFailure = QString::fromLocal8Bit(error.what());
     }
+    return false;
 }
 
 bool Tamberline::EditWizard()
@@ -105,6 +115,11 @@ QVariant Tamberline::invoke(int32_t dispid, DispatchKind kind, const QVariantLis
 
 QStringList Tamberline::storedAttribs() const { return m_state->query.storedAttribs(); }
 void Tamberline::removeStoredAttrib(int position) { m_state->query.removeStoredAttrib(position); }
+
+QString takeEditQueryItemFailure()
+{
+    return std::exchange(editQueryItemFailure, {});
+}
 
 bool isQueryControl(const QObject *object)
 {

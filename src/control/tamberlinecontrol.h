@@ -55,6 +55,10 @@ private:
     std::shared_ptr<ControlThreadState> m_state;
 };
 
+// Why the calling thread's last EditQueryItem returned False; empty after one that returned
+// True. Reading it clears it.
+QString takeEditQueryItemFailure();
+
 // True when the object is a query control: windows opened by anything else leave parts of
 // their work undone.
 bool isQueryControl(const QObject *object);

@@ -5,6 +5,7 @@
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
+#include <unistd.h>
 
 static int failures = 0;
 
@@ -198,6 +199,27 @@ static void testEditorsWithoutWindowSystem(void)
     CHECK(tamberline_release(control) == 0);
 }
 
+/* As root the browser refuses to run with its sandbox; EditQueryItem makes that False, and the
+ * host can read why. As anyone else it would open the Page Parser, which nobody closes here. */
+static void testSandboxRefusal(void)
+{
+    TamberlineControl *control = NULL;
+    TamberlineValue result = {TAMBERLINE_EMPTY, 0, NULL};
+    char *text = NULL;
+    int16_t flag = 1;
+    if (geteuid() != 0 || getenv("QTWEBENGINE_DISABLE_SANDBOX"))
+        return;
+    CHECK(tamberline_create(&control) == 0);
+    CHECK(tamberline_EditQueryItem(control, &flag) == 0 && flag == TAMBERLINE_FALSE);
+    CHECK(lastErrorMentions("QTWEBENGINE_DISABLE_SANDBOX=1"));
+    CHECK(tamberline_ClearAttribs(control) == 0);
+    CHECK(tamberline_last_error(&text) == 0 && textIs(0, text, ""));
+    CHECK(tamberline_invoke(control, TAMBERLINE_DISPID_EDITQUERYITEM, TAMBERLINE_METHOD, NULL, 0, &result) == 0);
+    CHECK(result.type == TAMBERLINE_BOOL && result.number == 0);
+    CHECK(lastErrorMentions("sandbox"));
+    CHECK(tamberline_release(control) == 0);
+}
+
 struct ThreadResult {
     int sawEmpty;
     int sawOwn;
@@ -256,6 +278,8 @@ int main(int argc, char **argv)
     testMisuse();
     if (windowless)
         testEditorsWithoutWindowSystem();
+    else
+        testSandboxRefusal();
     testThreads();
     if (failures)
         fprintf(stderr, "%d checks failed\n", failures);
