@@ -4,7 +4,7 @@
 #include "platform/boundarytypes.h"
 #include "tamberlinecontrol.h"
 
-#include <QApplication>
+#include <QStringDecoder>
 #include <QThread>
 
 #include <cstdlib>
@@ -22,19 +22,6 @@ constexpr int OutOfMemory = 7;
 constexpr int InternalError = 51;
 
 thread_local QByteArray lastError;
-
-void ensureApplication()
-{
-    if (QCoreApplication::instance())
-        return;
-    // Lives as long as the process: a host without Qt never tears it down.
-    static int argc = 1;
-    static char name[] = "tamberline";
-    static char *argv[] = {name, nullptr};
-    // The embedded browser shares its graphics context; this must precede the application.
-    QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
-    new QApplication(argc, argv);
-}
 
 char *copyUtf8(const QByteArray &utf8)
 {
@@ -56,13 +43,15 @@ int fail(int number, const QString &description)
     return number;
 }
 
-// Runs one call: the status is 0 or the number of the error that ended it.
+// Runs one call: the status is 0 or the number of the error that ended it. Success clears the
+// last error, except that an EditQueryItem that returned False leaves why.
 template <typename Call>
 int guarded(Call &&call)
 {
     try {
+        takeEditQueryItemFailure();
         call();
-        lastError.clear();
+        lastError = takeEditQueryItemFailure().toUtf8();
         return 0;
     } catch (const RuntimeError &error) {
         return fail(error.number(), error.description());
@@ -91,9 +80,17 @@ T &out(T *result)
     return *result;
 }
 
+// Text as the host passed it; bytes that are not UTF-8 are refused rather than replaced, so
+// nothing the host did not mean is stored.
 QString fromUtf8(const char *text)
 {
-    return text ? QString::fromUtf8(text) : QString();
+    if (!text)
+        return {};
+    QStringDecoder decoder(QStringConverter::Utf8, QStringConverter::Flag::Stateless | QStringConverter::Flag::ConvertInitialBom);
+    QString decoded = decoder(text);
+    if (decoder.hasError())
+        throw RuntimeError(ErrorNumber::InvalidCall, QStringLiteral("The text is not valid UTF-8"));
+    return decoded;
 }
 
 QVariant toVariant(const TamberlineValue &value)
@@ -102,7 +99,7 @@ QVariant toVariant(const TamberlineValue &value)
     case TAMBERLINE_EMPTY:
         return {};
     case TAMBERLINE_BOOL:
-        return fromVBool(static_cast<VBool>(value.number));
+        return value.number != 0;
     case TAMBERLINE_INT16:
         return QVariant::fromValue(checkedInt16(value.number));
     case TAMBERLINE_INT32:
@@ -115,11 +112,12 @@ QVariant toVariant(const TamberlineValue &value)
 
 TamberlineValue fromVariant(const QVariant &value)
 {
+    // Booleans come out of dispatch as 16-bit VBool; no member returns another 16-bit value.
     switch (value.typeId()) {
     case QMetaType::Bool:
         return {TAMBERLINE_BOOL, toVBool(value.toBool()), nullptr};
     case QMetaType::Short:
-        return {TAMBERLINE_INT16, value.toInt(), nullptr};
+        return {TAMBERLINE_BOOL, value.toInt(), nullptr};
     case QMetaType::Int:
         return {TAMBERLINE_INT32, value.toInt(), nullptr};
     case QMetaType::QString:
@@ -136,7 +134,6 @@ int tamberline_create(TamberlineControl **control)
 {
     return guarded([&] {
         TamberlineControl *&handle = out(control);
-        ensureApplication();
         auto created = std::make_unique<TamberlineControl>();
         created->control = std::make_unique<Tamberline>();
         handle = created.release();

@@ -1,5 +1,7 @@
 #include "controlthreadstate.h"
 
+#include <utility>
+
 std::shared_ptr<ControlThreadState> ControlThreadState::current()
 {
     thread_local const auto state = std::make_shared<ControlThreadState>();
@@ -14,11 +16,7 @@ void ControlThreadState::setLastPageParser(QWidget *window)
 
 void ControlThreadState::releaseLastPageParser()
 {
-    if (!m_lastPageParser)
-        return;
-    QWidget *window = m_lastPageParser;
-    m_lastPageParser.clear();
-    if (window->isVisible())
+    const QPointer<QWidget> window = std::exchange(m_lastPageParser, nullptr);
+    if (window && window->isVisible())
         window->hide();
-    delete window;
 }

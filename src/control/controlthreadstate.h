@@ -19,11 +19,13 @@ public:
 
     QWidget *lastPageParser() const { return m_lastPageParser; }
     void setLastPageParser(QWidget *window);
-    // Hides and deletes the Page Parser that EditQueryItem opened last, if any.
+    // Hides the Page Parser that EditQueryItem opened last, if any, and forgets it. It is never
+    // deleted here: its modal loop may still be running further down the stack, and the
+    // EditQueryItem call that made it deletes it once that loop has returned.
     void releaseLastPageParser();
 
 private:
-    // A plain guard, not an owner: the window must go before the application object does,
-    // which a thread-exit destructor cannot promise.
+    // A guard, not an owner (see above); a thread-exit destructor could not delete it anyway,
+    // as the window must go before the application object does.
     QPointer<QWidget> m_lastPageParser;
 };

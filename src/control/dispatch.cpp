@@ -62,21 +62,35 @@ QString toText(const QVariant &value)
     throw RuntimeError(ErrorNumber::TypeMismatch);
 }
 
+// Any number that is not zero is True, whatever its width or fraction.
 bool toBoolean(const QVariant &value)
 {
+    if (value.typeId() == QMetaType::Bool)
+        return value.toBool();
+    if (isNumber(value))
+        return value.toDouble() != 0;
     if (value.typeId() == QMetaType::QString) {
         const QString text = value.toString().trimmed();
         if (text.compare(QStringLiteral("True"), Qt::CaseInsensitive) == 0)
             return true;
         if (text.compare(QStringLiteral("False"), Qt::CaseInsensitive) == 0)
             return false;
+        bool ok = false;
+        const double number = text.toDouble(&ok);
+        if (ok)
+            return number != 0;
     }
-    return toWholeNumber(value) != 0;
+    throw RuntimeError(ErrorNumber::TypeMismatch);
+}
+
+QVariant vbool(bool value)
+{
+    return QVariant::fromValue<qint16>(toVBool(value));
 }
 
 QVariant getUrl1(Tamberline &c, const QVariantList &) { return c.Url1(); }
 QVariant putUrl1(Tamberline &c, const QVariantList &a) { c.setUrl1(toText(a.at(0))); return {}; }
-QVariant getAllowNav2(Tamberline &c, const QVariantList &) { return c.AllowNav2(); }
+QVariant getAllowNav2(Tamberline &c, const QVariantList &) { return vbool(c.AllowNav2()); }
 QVariant putAllowNav2(Tamberline &c, const QVariantList &a) { c.setAllowNav2(toBoolean(a.at(0))); return {}; }
 QVariant getSearchText(Tamberline &c, const QVariantList &) { return c.SearchText(); }
 QVariant putSearchText(Tamberline &c, const QVariantList &a) { c.setSearchText(toText(a.at(0))); return {}; }
@@ -101,9 +115,9 @@ QVariant putNodeOffset(Tamberline &c, const QVariantList &a)
     return {};
 }
 
-QVariant editProperties(Tamberline &c, const QVariantList &) { return c.EditProperties(); }
-QVariant editQueryItem(Tamberline &c, const QVariantList &) { return c.EditQueryItem(); }
-QVariant editWizard(Tamberline &c, const QVariantList &) { return c.EditWizard(); }
+QVariant editProperties(Tamberline &c, const QVariantList &) { return vbool(c.EditProperties()); }
+QVariant editQueryItem(Tamberline &c, const QVariantList &) { return vbool(c.EditQueryItem()); }
+QVariant editWizard(Tamberline &c, const QVariantList &) { return vbool(c.EditWizard()); }
 
 constexpr DispatchMember members[] = {
     {"Url1", DispId::Url1, DispatchKind::PropertyGet, 0, getUrl1},

@@ -36,7 +36,8 @@ struct DispatchMember {
 std::span<const DispatchMember> dispatchTable();
 
 // Calls a member by identifier. Arguments are converted the way a scripting host expects
-// (numbers and text interchangeable where they convert); results are QString, bool or qint32.
-// Unknown members fail with 438, a wrong argument count with 450, a value that does not
-// convert with 13, one out of range with 6.
+// (numbers and text interchangeable where they convert; any non-zero number is True). Results
+// are QString, qint32, or a Boolean as the 16-bit VBool in a qint16 (toInt() gives -1 for True);
+// no other member result is 16 bits wide. Unknown members fail with 438, a wrong argument count
+// with 450, a value that does not convert with 13, one out of range with 6.
 QVariant dispatchInvoke(Tamberline &control, int32_t dispid, DispatchKind kind, const QVariantList &args);

@@ -1,14 +1,24 @@
 /* The query control for hosts that are not Qt programs.
  *
  * Every function returns a status: 0 on success, otherwise a run-time error number
- * (424 object required, 6 overflow, 13 type mismatch, 438 no such member, ...);
- * tamberline_last_error describes the last failure on the calling thread.
- * Results come back in the last, out-parameter. Strings are UTF-8; strings returned by the
- * library are freed with tamberline_free_string. Booleans are int16_t with True = -1.
+ * (424 object required, 6 overflow, 13 type mismatch, 438 no such member, 5 invalid call or
+ * argument, ...). Results come back in the last, out-parameter, which a failed call leaves
+ * untouched. Strings are UTF-8 (text that is not valid UTF-8 is refused with 5 and nothing is
+ * stored); strings returned by the library are freed with tamberline_free_string. Booleans are
+ * int16_t with True = -1; any non-zero Boolean argument is True.
  *
  * Controls created on one thread share one query; a control on another thread has its own.
- * Call a control only on the thread that created it. The library creates the Qt application
- * object when the host has none. */
+ * Call a control only on the thread that created it (5 otherwise).
+ *
+ * Properties need no display and no Qt application object. The editors (EditProperties,
+ * EditQueryItem, EditWizard, also through tamberline_invoke) open windows: they run only on
+ * the thread that owns the Qt application object, or when the host has none, on the process's
+ * main thread, where the first editor creates it. They fail with 5 on any other thread, and
+ * when no window system can start (no reachable X server at DISPLAY, no Wayland socket, and
+ * QT_QPA_PLATFORM not naming a platform that needs no display such as offscreen).
+ *
+ * EditQueryItem turns every failure inside it into the result False with status 0;
+ * tamberline_last_error then says why. */
 #ifndef TAMBERLINE_H
 #define TAMBERLINE_H
 
@@ -41,7 +51,7 @@ typedef struct TamberlineControl TamberlineControl;
 
 /* Value types of tamberline_invoke's arguments and result. */
 #define TAMBERLINE_EMPTY 0
-#define TAMBERLINE_BOOL 1  /* number: -1 or 0 */
+#define TAMBERLINE_BOOL 1  /* number: -1 or 0 in results; any non-zero number is True in arguments */
 #define TAMBERLINE_INT16 2 /* number */
 #define TAMBERLINE_INT32 3 /* number */
 #define TAMBERLINE_TEXT 4  /* text, UTF-8 */
@@ -74,7 +84,10 @@ int tamberline_EditWizard(TamberlineControl *control, int16_t *result);
 int tamberline_invoke(TamberlineControl *control, int32_t dispid, int kind,
                       const TamberlineValue *args, int argCount, TamberlineValue *result);
 
-/* The description of the last failed call on this thread ("" when none failed). */
+/* The description of the last failed call on this thread. Every call that returns 0 empties
+ * it, except that EditQueryItem returning False (directly or through tamberline_invoke) leaves
+ * the reason there; tamberline_last_error, tamberline_free_string and tamberline_value_clear
+ * leave it alone. */
 int tamberline_last_error(char **result);
 
 void tamberline_free_string(char *text);

@@ -2,9 +2,11 @@
 
 #include "attribwalk.h"
 #include "controlthreadstate.h"
+#include "editorapplication.h"
 #include "parser/frmmain.h"
 #include "platform/conversions.h"
 #include "platform/dialogs.h"
+#include "platform/runtimeerror.h"
 #include "platform/webpage.h"
 #include "wizard/editattributefilters.h"
 #include "wizard/frmwizard.h"
@@ -13,6 +15,12 @@
 #include <QListWidget>
 
 #include <cstring>
+#include <memory>
+#include <utility>
+
+namespace {
+thread_local QString editQueryItemFailure;
+} // namespace
 
 Tamberline::Tamberline(QObject *parent)
     : QObject(parent)
@@ -44,32 +52,41 @@ void Tamberline::setNodeOffset(qint32 value) { m_state->query.NodeOffset = value
 
 bool Tamberline::EditProperties()
 {
+    prepareEditorApplication(*this);
     return EditAttributeFilters(*this);
 }
 
 bool Tamberline::EditQueryItem()
 {
-    // Every failure becomes False: the host is shown nothing.
+    prepareEditorApplication(*this);
+    // Held here rather than reached through this: a host timer may end this control while
+    // the window is open, and the call must still return.
+    const std::shared_ptr<ControlThreadState> state = m_state;
+    // Every failure becomes False: the host is shown nothing, but may ask why.
     try {
         const QString problem = browserSandboxProblem();
         if (!problem.isEmpty()) {
-            qWarning("%s", qPrintable(problem));
+            editQueryItemFailure = problem;
             return false;
         }
-        m_state->releaseLastPageParser();
-        auto *parser = new frmMain;
-        m_state->setLastPageParser(parser);
+        state->releaseLastPageParser();
+        const auto parser = std::make_unique<frmMain>();
+        state->setLastPageParser(parser.get());
         parser->SetQueryControl(this);
         parser->EditQuery();
-        delete parser; // unloaded; the guard in the thread state sees it go
+        editQueryItemFailure.clear();
         return true;
-    } catch (const std::exception &) {
-        return false;
+    } catch (const RuntimeError &error) {
+        editQueryItemFailure = QString::fromUtf8(error.what());
+    } catch (const std::exception &error) {
+        editQueryItemFailure = QString::fromLocal8Bit(error.what());
     }
+    return false;
 }
 
 bool Tamberline::EditWizard()
 {
+    prepareEditorApplication(*this);
     // No error trap: a failure reaches the host, and what was written before it stays.
     frmWizard wizard;
     wizard.PrepareWizard();
@@ -98,6 +115,11 @@ QVariant Tamberline::invoke(int32_t dispid, DispatchKind kind, const QVariantLis
 
 QStringList Tamberline::storedAttribs() const { return m_state->query.storedAttribs(); }
 void Tamberline::removeStoredAttrib(int position) { m_state->query.removeStoredAttrib(position); }
+
+QString takeEditQueryItemFailure()
+{
+    return std::exchange(editQueryItemFailure, {});
+}
 
 bool isQueryControl(const QObject *object)
 {

@@ -37,6 +37,8 @@ public:
     Q_INVOKABLE void ClearAttribs();
     qint32 NodeOffset() const;
     void setNodeOffset(qint32 value);
+    // The editors run only on the thread of the Qt application object (one is made for a host
+    // that has none); otherwise, or with no window system, they fail with error 5.
     Q_INVOKABLE bool EditProperties();
     Q_INVOKABLE bool EditQueryItem();
     Q_INVOKABLE bool EditWizard();
@@ -52,6 +54,10 @@ public:
 private:
     std::shared_ptr<ControlThreadState> m_state;
 };
+
+// Why the calling thread's last EditQueryItem returned False; empty after one that returned
+// True. Reading it clears it.
+QString takeEditQueryItemFailure();
 
 // True when the object is a query control: windows opened by anything else leave parts of
 // their work undone.

@@ -68,10 +68,15 @@ void tst_Dispatch::propertiesRoundTrip_data()
     QTest::newRow("Url1 text") << DispId::Url1 << QVariant(QStringLiteral("http://x/%id%")) << QVariant(QStringLiteral("http://x/%id%"));
     QTest::newRow("Url1 from a number") << DispId::Url1 << QVariant(42) << QVariant(QStringLiteral("42"));
     QTest::newRow("SearchText") << DispId::SearchText << QVariant(QStringLiteral("Price*")) << QVariant(QStringLiteral("Price*"));
-    QTest::newRow("AllowNav2 from -1") << DispId::AllowNav2 << QVariant(qint16(-1)) << QVariant(true);
-    QTest::newRow("AllowNav2 from 0") << DispId::AllowNav2 << QVariant(0) << QVariant(false);
-    QTest::newRow("AllowNav2 from any non-zero") << DispId::AllowNav2 << QVariant(5) << QVariant(true);
-    QTest::newRow("AllowNav2 from text") << DispId::AllowNav2 << QVariant(QStringLiteral("true")) << QVariant(true);
+    // A Boolean comes out as the 16-bit VBool, so a host reading it as a number sees -1.
+    const QVariant vTrue = QVariant::fromValue<qint16>(-1), vFalse = QVariant::fromValue<qint16>(0);
+    QTest::newRow("AllowNav2 from -1") << DispId::AllowNav2 << QVariant(qint16(-1)) << vTrue;
+    QTest::newRow("AllowNav2 from 0") << DispId::AllowNav2 << QVariant(0) << vFalse;
+    QTest::newRow("AllowNav2 from any non-zero") << DispId::AllowNav2 << QVariant(5) << vTrue;
+    QTest::newRow("AllowNav2 from a fraction") << DispId::AllowNav2 << QVariant(0.4) << vTrue;
+    QTest::newRow("AllowNav2 from a number past 64 bits") << DispId::AllowNav2 << QVariant(-1e300) << vTrue;
+    QTest::newRow("AllowNav2 from text") << DispId::AllowNav2 << QVariant(QStringLiteral("true")) << vTrue;
+    QTest::newRow("AllowNav2 from numeric text") << DispId::AllowNav2 << QVariant(QStringLiteral("0.0")) << vFalse;
     QTest::newRow("NodeOffset") << DispId::NodeOffset << QVariant(-3) << QVariant(-3);
     QTest::newRow("NodeOffset from numeric text") << DispId::NodeOffset << QVariant(QStringLiteral(" 17 ")) << QVariant(17);
     QTest::newRow("NodeOffset rounds half to even") << DispId::NodeOffset << QVariant(2.5) << QVariant(2);
@@ -87,6 +92,7 @@ void tst_Dispatch::propertiesRoundTrip()
     QVERIFY(!control.invoke(dispid, Put, {put}).isValid());
     const QVariant got = control.invoke(dispid, Get, {});
     QCOMPARE(got, expected);
+    QCOMPARE(got.typeId(), expected.typeId());
     QCOMPARE(control.invoke(dispid, Read, {}), expected);
 }
 

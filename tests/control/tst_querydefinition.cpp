@@ -17,6 +17,8 @@ private slots:
     void startsEmpty();
     void controlsOnOneThreadShareTheQuery();
     void controlOnAnotherThreadHasItsOwn();
+    void editorOnAnotherThreadIsRefused_data();
+    void editorOnAnotherThreadIsRefused();
     void readOutOfRange_data();
     void readOutOfRange();
     void putAppendsPastTheEnd();
@@ -90,6 +92,34 @@ void tst_QueryDefinition::controlOnAnotherThreadHasItsOwn()
     QCOMPARE(seenThere, QString());
     QCOMPARE(seenBySecond, QStringLiteral("worker"));
     QCOMPARE(here.SearchText(), QStringLiteral("main thread"));
+}
+
+void tst_QueryDefinition::editorOnAnotherThreadIsRefused_data()
+{
+    QTest::addColumn<int>("editor");
+    QTest::newRow("EditProperties") << 0;
+    QTest::newRow("EditQueryItem") << 1;
+    QTest::newRow("EditWizard") << 2;
+}
+
+void tst_QueryDefinition::editorOnAnotherThreadIsRefused()
+{
+    // Its windows would be built away from the application's thread and never shown.
+    QFETCH(int, editor);
+    constexpr bool (Tamberline::*editors[])() = {&Tamberline::EditProperties, &Tamberline::EditQueryItem,
+                                                 &Tamberline::EditWizard};
+    int error = 0;
+    std::unique_ptr<QThread> thread(QThread::create([&] {
+        Tamberline control;
+        try {
+            (control.*editors[editor])();
+        } catch (const RuntimeError &failure) {
+            error = failure.number();
+        }
+    }));
+    thread->start();
+    QVERIFY(thread->wait(60000));
+    QCOMPARE(error, 5);
 }
 
 void tst_QueryDefinition::readOutOfRange_data()

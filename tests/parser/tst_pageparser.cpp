@@ -11,8 +11,10 @@
 #include <QComboBox>
 #include <QLineEdit>
 #include <QMenu>
+#include <QPointer>
 #include <QTemporaryDir>
 #include <QPushButton>
+#include <QTimer>
 #include <QTreeWidget>
 #include <QtTest>
 
@@ -44,6 +46,9 @@ QString writePage(QTemporaryDir &dir, int elements)
     return QUrl::fromLocalFile(path).toString();
 }
 
+// What a host's timer does while a Page Parser is open.
+enum HostTimer { EditOnSecondControl, EndSecondControl, EndEditingControl };
+
 } // namespace
 
 class tst_PageParser : public QObject
@@ -60,6 +65,8 @@ private slots:
     void closeAsksAboutChangedFilters_data();
     void closeAsksAboutChangedFilters();
     void exitNeverAsks();
+    void hostTimerWhileOpen_data();
+    void hostTimerWhileOpen();
     void refusedNavigationKeepsThePage();
     void pageScriptsAreLockedOut();
     void bigPages_data();
@@ -251,6 +258,52 @@ void tst_PageParser::exitNeverAsks()
     QVERIFY2(script.done(), qPrintable(script.pending()));
     QCOMPARE(control.NodeOffset(), 0);
     QCOMPARE(control.ElemAttribs(0), QStringLiteral("id=x"));
+}
+
+void tst_PageParser::hostTimerWhileOpen_data()
+{
+    QTest::addColumn<int>("fromTimer");
+    QTest::newRow("EditQueryItem on a second control") << int(EditOnSecondControl);
+    QTest::newRow("a second control ends") << int(EndSecondControl);
+    QTest::newRow("the editing control ends") << int(EndEditingControl);
+}
+
+void tst_PageParser::hostTimerWhileOpen()
+{
+    // Each releases the thread's Page Parser while its modal loop runs: it must close, and be
+    // deleted only by the call that opened it, once that loop has returned.
+    QFETCH(int, fromTimer);
+    ScriptedDialogs script;
+    auto editing = std::make_unique<Tamberline>();
+    auto second = std::make_unique<Tamberline>();
+    QPointer<QWidget> outer, inner;
+    bool innerResult = false, timerDone = false, outerOpenAfterTimer = true;
+    script.onModal([&](QWidget *window) {
+        outer = window;
+        QTimer::singleShot(0, [&] {
+            if (fromTimer == EditOnSecondControl) {
+                script.onModal([&](QWidget *innerWindow) {
+                    inner = innerWindow;
+                    triggerMenu(innerWindow, "mnu_Exit");
+                });
+                innerResult = second->EditQueryItem();
+            } else if (fromTimer == EndSecondControl) {
+                second.reset();
+            } else {
+                editing.reset();
+            }
+            timerDone = true;
+        });
+        QVERIFY(QTest::qWaitFor([&] { return timerDone; }));
+        outerOpenAfterTimer = outer && outer->isVisible();
+    });
+    Tamberline *control = editing.get();
+    QVERIFY(control->EditQueryItem());
+    QVERIFY2(script.done(), qPrintable(script.pending()));
+    QVERIFY(!outerOpenAfterTimer);
+    QVERIFY(outer.isNull());
+    QVERIFY(inner.isNull());
+    QCOMPARE(innerResult, fromTimer == EditOnSecondControl);
 }
 
 void tst_PageParser::refusedNavigationKeepsThePage()

@@ -1,0 +1,10 @@
+#pragma once
+
+class QObject;
+
+// Readies the calling thread for an editor window of the control, or throws RuntimeError 5
+// saying why it cannot have one. Editors run only on the thread that owns the Qt application
+// object. A host that is not a Qt program has none until the first editor: it is made then, on
+// the process's main thread, once a window system can start, because Qt ends the whole process
+// when its platform plugin fails.
+void prepareEditorApplication(const QObject &control);
