@@ -62,12 +62,17 @@ Options parseArguments(const QStringList &arguments)
     if (positional.isEmpty())
         throw RunError(QStringLiteral("usage: tamberline %1 QUERY.json %2")
                            .arg(options.check ? QStringLiteral("check") : QStringLiteral("run"),
-                                options.check ? QStringLiteral("PAGE...") : QStringLiteral("[PAGE ...] [--set name=value ...] "
-                                                                                          "[--engine static|browser] [--format text|json] [--jobs N]")));
+                                options.check ? QStringLiteral("PAGE... [--set name=value ...] [--engine static|browser] [--jobs N]")
+                                              : QStringLiteral("[PAGE ...] [--set name=value ...] [--engine static|browser] "
+                                                               "[--format text|json] [--jobs N]")));
     options.queryPath = positional.first();
     options.pages = positional.mid(1);
     if (options.check && options.pages.isEmpty())
         throw RunError(QStringLiteral("check needs the saved pages to run the query over"));
+    if (options.pages.count(QStringLiteral("-")) > 1)
+        throw RunError(QStringLiteral("standard input can be read once: give - as one page only"));
+    if (options.check && parser.isSet(format))
+        throw RunError(QStringLiteral("check prints a table; --format is for run"));
     for (const QString &pair : parser.values(set)) {
         const qsizetype at = pair.indexOf(u'=');
         if (at <= 0)
@@ -133,6 +138,30 @@ QList<RunResult> runPages(const Options &options, const QList<PageSource> &sourc
     QThreadPool pool;
     pool.setMaxThreadCount(options.jobs);
     return QtConcurrent::blockingMapped(&pool, sources, [&](const PageSource &source) { return runOnStaticPage(source, query); });
+}
+
+// One line per page: backslashes and line breaks are escaped as \\, \n and \r.
+QString oneLine(const QString &text)
+{
+    QString line;
+    line.reserve(text.size());
+    for (const QChar c : text) {
+        if (c == u'\\')
+            line += QStringLiteral("\\\\");
+        else if (c == u'\n')
+            line += QStringLiteral("\\n");
+        else if (c == u'\r')
+            line += QStringLiteral("\\r");
+        else
+            line += c;
+    }
+    return line;
+}
+
+void printLine(const QByteArray &line)
+{
+    std::fwrite(line.constData(), 1, size_t(line.size()), stdout);
+    std::fputc('\n', stdout);
 }
 
 QString shortened(const QString &text, int width)
@@ -231,10 +260,11 @@ int runCommandMain(int argc, char *argv[])
             std::fprintf(stderr, "%s: %s: %s\n", qPrintable(result.page), qPrintable(result.reason), qPrintable(result.message));
         if (options.check)
             continue;
+        // A page without a result still has its line, an empty one: the lines stay the pages'.
         if (options.format == Format::Json)
-            std::printf("%s\n", QJsonDocument(result.toJson()).toJson(QJsonDocument::Compact).constData());
-        else if (result.succeeded())
-            std::printf("%s\n", result.text.toUtf8().constData());
+            printLine(QJsonDocument(result.toJson()).toJson(QJsonDocument::Compact));
+        else
+            printLine(result.succeeded() ? oneLine(result.text).toUtf8() : QByteArray());
     }
     std::fflush(stdout);
     return allGaveResults ? AllGaveResults : SomeGaveNone;

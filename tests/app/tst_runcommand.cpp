@@ -33,13 +33,40 @@ struct Run {
     QByteArray err;
 };
 
-Run runTamberline(const QStringList &arguments, const QByteArray &input = {})
+// Where the program's standard input comes from: the bytes given, a file, or the endless
+// output of yes.
+const QString FromYes = QStringLiteral("|yes");
+
+Run runTamberline(const QStringList &arguments, const QByteArray &input = {}, const QString &inputFile = {},
+                  const QString &folder = {})
 {
+    QProcess yes;
     QProcess process;
+    process.setWorkingDirectory(folder);
+    if (inputFile == FromYes) {
+        yes.setStandardOutputProcess(&process);
+        yes.start(QStringLiteral("yes"), QStringList{});
+    } else if (!inputFile.isEmpty()) {
+        process.setStandardInputFile(inputFile);
+    }
+    // The browser's engine reserves far more address space than it uses; the static reader
+    // must keep within 1 GB whatever it is given, and within few files.
+    if (!arguments.contains(QStringLiteral("browser"))) {
+        process.setChildProcessModifier([] {
+            const rlimit memory{rlim_t(1) << 30, rlim_t(1) << 30};
+            const rlimit files{64, 64};
+            setrlimit(RLIMIT_AS, &memory);
+            setrlimit(RLIMIT_NOFILE, &files);
+        });
+    }
     process.start(QStringLiteral(TAMBERLINE_PROGRAM), arguments);
-    process.write(input);
-    process.closeWriteChannel();
-    process.waitForFinished(60000);
+    if (inputFile.isEmpty()) {
+        process.write(input);
+        process.closeWriteChannel();
+    }
+    process.waitForFinished(120000);
+    yes.kill();
+    yes.waitForFinished();
     return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1, process.readAllStandardOutput(),
             process.readAllStandardError()};
 }
@@ -72,12 +99,25 @@ private slots:
     void badArgumentsAndQueries();
     void checkPrintsATable();
     void aHugePageThroughTheCommand();
+    void hostileInputs_data();
+    void hostileInputs();
 
 private:
+    QString file(const QString &name, const QByteArray &content);
+
     QTemporaryDir m_dir;
     QString m_query;
     QString m_page;
 };
+
+QString tst_RunCommand::file(const QString &name, const QByteArray &content)
+{
+    const QString path = m_dir.filePath(name);
+    QFile out(path);
+    if (!out.open(QIODevice::WriteOnly | QIODevice::Truncate) || out.write(content) != content.size())
+        qFatal("cannot write %s", qPrintable(path));
+    return path;
+}
 
 void tst_RunCommand::initTestCase()
 {
@@ -277,6 +317,46 @@ void tst_RunCommand::aHugePageThroughTheCommand()
     rusage usage{};
     getrusage(RUSAGE_CHILDREN, &usage);
     QVERIFY2(usage.ru_maxrss < 1024 * 1024, qPrintable(QStringLiteral("%1 kB").arg(usage.ru_maxrss)));
+}
+
+void tst_RunCommand::hostileInputs_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QByteArray>("input");
+    QTest::addColumn<QString>("inputFile");
+    QTest::addColumn<int>("status");
+    QTest::addColumn<QByteArray>("output"); // one line per page, an empty one without a result
+    QTest::addColumn<QString>("message");
+    const QStringList set{QStringLiteral("--set"), QStringLiteral("region=n"), QStringLiteral("--set"), QStringLiteral("fruit=Pears")};
+    const auto run = [&](const QStringList &pages) { return QStringList{QStringLiteral("run"), m_query} + pages + set; };
+    const QByteArray lines = R"(<table><tr><td class="item">Pears</td><td>0.95<br>per\kg</td></tr></table>)";
+    const QByteArray none;
+    const QByteArray pears = "0.95\n";
+
+    QTest::newRow("a missing file among good ones")
+        << run({m_page, m_dir.filePath(QStringLiteral("missing.html")), m_page}) << none << QString() << 1 << pears + "\n" + pears
+        << QStringLiteral("missing.html");
+    QTest::newRow("a text of several lines") << run({QStringLiteral("-")}) << lines << QString() << 0
+                                             << QByteArray("0.95\\nper\\\\kg\n") << QString();
+    QTest::newRow("standard input twice") << run({QStringLiteral("-"), QStringLiteral("-")}) << none << QString() << 2 << none
+                                          << QStringLiteral("give - as one page only");
+    QTest::newRow("check with --format") << QStringList{QStringLiteral("check"), m_query, m_page, QStringLiteral("--format"),
+                                                        QStringLiteral("json")} + set
+                                         << none << QString() << 2 << none << QStringLiteral("--format is for run");
+}
+
+void tst_RunCommand::hostileInputs()
+{
+    QFETCH(QStringList, arguments);
+    QFETCH(QByteArray, input);
+    QFETCH(QString, inputFile);
+    QFETCH(int, status);
+    QFETCH(QByteArray, output);
+    QFETCH(QString, message);
+    const Run run = runTamberline(arguments, input, inputFile, m_dir.path());
+    QVERIFY2(run.status == status, qPrintable(QStringLiteral("status %1: %2").arg(run.status).arg(QString::fromUtf8(run.err))));
+    QCOMPARE(run.out, output);
+    QVERIFY2(QString::fromUtf8(run.err).contains(message), run.err.constData());
 }
 
 QTEST_GUILESS_MAIN(tst_RunCommand)
