@@ -2,6 +2,7 @@
 
 #include "control/attribwalk.h"
 #include "control/tamberlinecontrol.h"
+#include "limitedread.h"
 
 #include <QDir>
 #include <QFile>
@@ -126,11 +127,12 @@ QueryFile QueryFile::parse(const QByteArray &json, const QString &folder)
 
 QueryFile QueryFile::load(const QString &path)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        throw QueryFileError(QStringLiteral("cannot read %1: %2").arg(path, file.errorString()));
+    QString error;
+    const std::optional<QByteArray> json = readLimited(path, MaxFileBytes, &error);
+    if (!json)
+        throw QueryFileError(error);
     try {
-        return parse(file.readAll(), QFileInfo(path).absolutePath());
+        return parse(*json, QFileInfo(path).absolutePath());
     } catch (const QueryFileError &error) {
         throw QueryFileError(QStringLiteral("%1: %2").arg(path, error.message()));
     }

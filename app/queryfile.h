@@ -16,6 +16,9 @@ struct QueryFile {
     int32_t NodeOffset = 0;
     QStringList ElemAttribs;
 
+    // Far more than any query takes; a larger file is not a query.
+    static constexpr qsizetype MaxFileBytes = 16 * 1024 * 1024;
+
     // Throws QueryFileError naming what is wrong (every one of the five keys is required);
     // nothing is half-read. An address that is a relative file name is taken relative to the
     // file's folder.

@@ -3,6 +3,8 @@
 #include "browserloader.h"
 #include "pagesource.h"
 #include "parser/wildcardmatcher.h"
+#include "platform/handlerguard.h"
+#include "platform/runtimeerror.h"
 #include "platform/webpage.h"
 #include "queryrunner.h"
 
@@ -13,8 +15,12 @@
 #include <QThreadPool>
 #include <QtConcurrent>
 
+#include <algorithm>
 #include <cstdio>
 #include <memory>
+#include <new>
+
+#include <sys/resource.h>
 
 namespace {
 
@@ -29,6 +35,7 @@ struct Options {
     Engine engine = Engine::Static;
     Format format = Format::Text;
     int jobs = QThread::idealThreadCount();
+    bool jobsGiven = false;
 };
 
 constexpr int AllGaveResults = 0;
@@ -92,8 +99,22 @@ Options parseArguments(const QStringList &arguments)
         options.jobs = parser.value(jobs).toInt(&ok);
         if (!ok || options.jobs < 1)
             throw RunError(QStringLiteral("--jobs wants a whole number of at least 1"));
+        options.jobsGiven = true;
     }
     return options;
+}
+
+// Pages read at once beyond what the machine runs only wait, and each holds files open while
+// it is read (the page, its thread's wake-up pipe, a fetch's sockets).
+int mostJobs()
+{
+    constexpr long long filesPerJob = 8;
+    constexpr long long filesKept = 32; // the program's own
+    long long most = std::max(1, QThread::idealThreadCount()) * 4LL;
+    rlimit files{};
+    if (getrlimit(RLIMIT_NOFILE, &files) == 0 && files.rlim_cur != RLIM_INFINITY)
+        most = std::min(most, (static_cast<long long>(files.rlim_cur) - filesKept) / filesPerJob);
+    return int(std::max(1LL, most));
 }
 
 RunResult failed(const QString &page, const QString &reason, const QString &message)
@@ -105,17 +126,33 @@ RunResult failed(const QString &page, const QString &reason, const QString &mess
     return result;
 }
 
-RunResult runOnStaticPage(const PageSource &source, const RunnableQuery &query)
+// Whatever goes wrong with one page is that page's error: the others still give their results,
+// and nothing escapes a worker thread.
+template<typename Load>
+RunResult runOnPage(const PageSource &source, const RunnableQuery &query, Load load)
 {
+    const auto pageError = [&](const QString &message) { return failed(source.name, QStringLiteral("page-error"), message); };
     try {
-        const DocumentPtr document = readStaticDocument(source);
-        const WildcardMatcher matcher;
-        RunResult result = EvaluateQuery(*document, query, matcher);
+        const DocumentPtr document = load(source);
+        RunResult result = EvaluateQuery(*document, query, WildcardMatcher());
         result.page = source.name;
         return result;
     } catch (const PageError &error) {
-        return failed(source.name, QStringLiteral("page-error"), error.message());
+        return pageError(error.message());
+    } catch (const RuntimeError &error) {
+        return pageError(runtimeErrorText(error));
+    } catch (const std::bad_alloc &) {
+        return pageError(QStringLiteral("not enough memory to read the page"));
+    } catch (const std::exception &error) {
+        return pageError(QString::fromLocal8Bit(error.what()));
+    } catch (...) {
+        return pageError(QStringLiteral("the page could not be read"));
     }
+}
+
+RunResult runOnStaticPage(const PageSource &source, const RunnableQuery &query)
+{
+    return runOnPage(source, query, readStaticDocument);
 }
 
 QList<RunResult> runPages(const Options &options, const QList<PageSource> &sources, const RunnableQuery &query)
@@ -123,16 +160,8 @@ QList<RunResult> runPages(const Options &options, const QList<PageSource> &sourc
     if (options.engine == Engine::Browser) {
         BrowserLoader loader;
         QList<RunResult> results;
-        for (const PageSource &source : sources) {
-            try {
-                const WildcardMatcher matcher;
-                RunResult result = EvaluateQuery(*loader.load(source), query, matcher);
-                result.page = source.name;
-                results.append(result);
-            } catch (const PageError &error) {
-                results.append(failed(source.name, QStringLiteral("page-error"), error.message()));
-            }
-        }
+        for (const PageSource &source : sources)
+            results.append(runOnPage(source, query, [&](const PageSource &page) { return loader.load(page); }));
         return results;
     }
     QThreadPool pool;
@@ -226,6 +255,12 @@ int runCommandMain(int argc, char *argv[])
         app = std::make_unique<QCoreApplication>(argc, argv);
     }
 
+    if (options.jobs > mostJobs()) {
+        if (options.jobsGiven)
+            printError(QStringLiteral("--jobs %1 is more than this machine reads at once; %2 are used").arg(options.jobs).arg(mostJobs()));
+        options.jobs = mostJobs();
+    }
+
     RunnableQuery query;
     QList<PageSource> sources;
     try {
@@ -245,8 +280,8 @@ int runCommandMain(int argc, char *argv[])
     } catch (const RunError &error) {
         printError(error.message());
         return BadArguments;
-    } catch (const PageError &error) {
-        printError(error.message());
+    } catch (const std::exception &error) {
+        printError(QStringLiteral("cannot read the query %1: %2").arg(options.queryPath, QString::fromLocal8Bit(error.what())));
         return BadArguments;
     }
 

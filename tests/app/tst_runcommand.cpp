@@ -10,6 +10,8 @@
 #include <QtTest>
 
 #include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -108,6 +110,7 @@ private:
     QTemporaryDir m_dir;
     QString m_query;
     QString m_page;
+    QString m_fifo;
 };
 
 QString tst_RunCommand::file(const QString &name, const QByteArray &content)
@@ -121,6 +124,8 @@ QString tst_RunCommand::file(const QString &name, const QByteArray &content)
 
 void tst_RunCommand::initTestCase()
 {
+    m_fifo = m_dir.filePath(QStringLiteral("fifo.html"));
+    QCOMPARE(mkfifo(QFile::encodeName(m_fifo).constData(), 0600), 0);
     m_page = m_dir.filePath(QStringLiteral("shop.html"));
     QFile page(m_page);
     QVERIFY(page.open(QIODevice::WriteOnly));
@@ -329,20 +334,67 @@ void tst_RunCommand::hostileInputs_data()
     QTest::addColumn<QString>("message");
     const QStringList set{QStringLiteral("--set"), QStringLiteral("region=n"), QStringLiteral("--set"), QStringLiteral("fruit=Pears")};
     const auto run = [&](const QStringList &pages) { return QStringList{QStringLiteral("run"), m_query} + pages + set; };
+    const auto query = [&](const QString &path) { return QStringList{QStringLiteral("run"), path, m_page} + set; };
+    const QString zero = QStringLiteral("/dev/zero");
+    const QString folder = m_dir.filePath(QStringLiteral("folder"));
+    QDir().mkpath(folder);
+    const QString hugePage = file(QStringLiteral("huge-page.html"), {});
+    const QString hugeQuery = file(QStringLiteral("huge-query.json"), {});
+    QVERIFY(QFile::resize(hugePage, qint64(1) << 30) && QFile::resize(hugeQuery, qint64(1) << 30)); // sparse
+    const QString loop = m_dir.filePath(QStringLiteral("loop.html"));
+    QFile::link(loop, loop);
+    QByteArray garbage(4096, Qt::Uninitialized);
+    for (qsizetype i = 0; i < garbage.size(); ++i)
+        garbage[i] = char((i * 7919 + 13) % 251);
+    QByteArray bigPage = shop;
+    bigPage.insert(bigPage.indexOf("</body>"), "<!--" + QByteArray(3 * 1024 * 1024, 'x') + "-->");
     const QByteArray lines = R"(<table><tr><td class="item">Pears</td><td>0.95<br>per\kg</td></tr></table>)";
     const QByteArray none;
     const QByteArray pears = "0.95\n";
 
+    QTest::newRow("a device among pages") << run({zero, m_page}) << none << QString() << 1 << "\n" + pears
+                                          << QStringLiteral("/dev/zero is a device");
+    QTest::newRow("endless standard input from a pipe") << run({QStringLiteral("-")}) << none << FromYes << 1 << QByteArray("\n")
+                                                        << QStringLiteral("standard input is longer than 67,108,864 bytes");
+    QTest::newRow("standard input from a device") << run({QStringLiteral("-")}) << none << zero << 1 << QByteArray("\n")
+                                                  << QStringLiteral("standard input is longer than 67,108,864 bytes");
+    QTest::newRow("a file of 1 GB") << run({hugePage, m_page}) << none << QString() << 1 << "\n" + pears
+                                    << QStringLiteral("longer than 67,108,864 bytes");
+    QTest::newRow("a folder") << run({folder}) << none << QString() << 1 << QByteArray("\n") << QStringLiteral("is a folder");
+    QTest::newRow("a folder in the browser") << run({folder, QStringLiteral("--engine"), QStringLiteral("browser")}) << none
+                                             << QString() << 1 << QByteArray("\n") << QStringLiteral("is a folder");
+    QTest::newRow("a FIFO") << run({m_fifo}) << none << QString() << 0 << pears << QString();
+    QTest::newRow("a page of one NUL byte") << run({QStringLiteral("-")}) << QByteArray(1, '\0') << QString() << 1
+                                            << QByteArray("\n") << QStringLiteral("no-match");
+    QTest::newRow("an empty file") << run({file(QStringLiteral("empty.html"), {})}) << none << QString() << 1 << QByteArray("\n")
+                                   << QStringLiteral("no-match");
+    QTest::newRow("binary garbage") << run({file(QStringLiteral("garbage.bin"), garbage)}) << none << QString() << 1
+                                    << QByteArray("\n") << QStringLiteral("no-match");
+    QTest::newRow("a link to itself") << run({loop, m_page}) << none << QString() << 1 << "\n" + pears << QStringLiteral("cannot read");
     QTest::newRow("a missing file among good ones")
         << run({m_page, m_dir.filePath(QStringLiteral("missing.html")), m_page}) << none << QString() << 1 << pears + "\n" + pears
         << QStringLiteral("missing.html");
+    file(QStringLiteral("ab:c.html"), shop);
+    QTest::newRow("a file named like an address") << run({QStringLiteral("ab:c.html"), m_page}) << none << QString() << 0
+                                                  << pears + pears << QString();
+    QTest::newRow("an unknown scheme among good pages") << run({QStringLiteral("gopher://x/y"), m_page}) << none << QString() << 1
+                                                        << "\n" + pears << QStringLiteral("gopher:");
+    QTest::newRow("more jobs than the machine runs")
+        << run(QStringList(300, m_page) + QStringList{QStringLiteral("--jobs"), QStringLiteral("100000")}) << none << QString() << 0
+        << pears.repeated(300) << QStringLiteral("--jobs 100000 is more");
     QTest::newRow("a text of several lines") << run({QStringLiteral("-")}) << lines << QString() << 0
                                              << QByteArray("0.95\\nper\\\\kg\n") << QString();
+    QTest::newRow("standard input over 2 MB in the browser")
+        << run({QStringLiteral("-"), QStringLiteral("--engine"), QStringLiteral("browser")}) << bigPage << QString() << 0 << pears << QString();
     QTest::newRow("standard input twice") << run({QStringLiteral("-"), QStringLiteral("-")}) << none << QString() << 2 << none
                                           << QStringLiteral("give - as one page only");
     QTest::newRow("check with --format") << QStringList{QStringLiteral("check"), m_query, m_page, QStringLiteral("--format"),
                                                         QStringLiteral("json")} + set
                                          << none << QString() << 2 << none << QStringLiteral("--format is for run");
+    QTest::newRow("the query is a folder") << query(folder) << none << QString() << 2 << none << QStringLiteral("is a folder");
+    QTest::newRow("the query is a device") << query(zero) << none << QString() << 2 << none << QStringLiteral("is a device");
+    QTest::newRow("a query file of 1 GB") << query(hugeQuery) << none << QString() << 2 << none
+                                          << QStringLiteral("longer than 16,777,216 bytes");
 }
 
 void tst_RunCommand::hostileInputs()
@@ -353,7 +405,11 @@ void tst_RunCommand::hostileInputs()
     QFETCH(int, status);
     QFETCH(QByteArray, output);
     QFETCH(QString, message);
+    QProcess feeder; // the FIFO's writer
+    if (arguments.contains(m_fifo))
+        feeder.start(QStringLiteral("sh"), {QStringLiteral("-c"), QStringLiteral("cat \"$0\" > \"$1\""), m_page, m_fifo});
     const Run run = runTamberline(arguments, input, inputFile, m_dir.path());
+    feeder.waitForFinished(5000);
     QVERIFY2(run.status == status, qPrintable(QStringLiteral("status %1: %2").arg(run.status).arg(QString::fromUtf8(run.err))));
     QCOMPARE(run.out, output);
     QVERIFY2(QString::fromUtf8(run.err).contains(message), run.err.constData());
