@@ -1,6 +1,5 @@
 #include "queryfile.h"
 
-#include "control/attribwalk.h"
 #include "control/tamberlinecontrol.h"
 #include "limitedread.h"
 
@@ -10,6 +9,7 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QLocale>
 #include <QRegularExpression>
 #include <QSaveFile>
 #include <QUrl>
@@ -48,6 +48,12 @@ QString resolveAddress(const QString &address, const QString &folder)
         return address;
     const QString rest = end < 0 ? QString() : address.mid(end);
     return QUrl::fromLocalFile(QDir(folder).absoluteFilePath(file)).toString() + rest;
+}
+
+QString tooManyFilters(qsizetype count)
+{
+    return QStringLiteral("\"ElemAttribs\" holds %1 filters; a query holds at most %2")
+        .arg(QLocale(QLocale::English).toString(count), QLocale(QLocale::English).toString(QueryFile::MaxFilters));
 }
 
 QString relativeAddress(const QString &address, const QString &folder)
@@ -116,7 +122,10 @@ QueryFile QueryFile::parse(const QByteArray &json, const QString &folder)
     if (!attribs.isUndefined()) {
         if (!attribs.isArray())
             throw QueryFileError(typeError(QStringLiteral("ElemAttribs"), "a list of \"name=value\" strings"));
-        for (const QJsonValue &entry : attribs.toArray()) {
+        const QJsonArray entries = attribs.toArray();
+        if (entries.size() > MaxFilters)
+            throw QueryFileError(tooManyFilters(entries.size()));
+        for (const QJsonValue &entry : entries) {
             if (!entry.isString())
                 throw QueryFileError(typeError(QStringLiteral("ElemAttribs"), "a list of \"name=value\" strings"));
             query.ElemAttribs.append(entry.toString());
@@ -151,6 +160,8 @@ QByteArray QueryFile::toJson(const QString &folder) const
 
 void QueryFile::save(const QString &path) const
 {
+    if (ElemAttribs.size() > MaxFilters)
+        throw QueryFileError(QStringLiteral("cannot write %1: %2").arg(path, tooManyFilters(ElemAttribs.size())));
     QSaveFile file(path);
     if (!file.open(QIODevice::WriteOnly))
         throw QueryFileError(QStringLiteral("cannot write %1: %2").arg(path, file.errorString()));
@@ -177,6 +188,6 @@ QueryFile QueryFile::readFrom(const Tamberline &control)
     query.AllowNav2 = control.AllowNav2();
     query.SearchText = control.SearchText();
     query.NodeOffset = control.NodeOffset();
-    query.ElemAttribs = walkElemAttribs(control);
+    query.ElemAttribs = control.storedAttribs();
     return query;
 }

@@ -346,6 +346,10 @@ void tst_RunCommand::hostileInputs_data()
     QByteArray garbage(4096, Qt::Uninitialized);
     for (qsizetype i = 0; i < garbage.size(); ++i)
         garbage[i] = char((i * 7919 + 13) % 251);
+    QByteArray manyFilters = R"({"Url1": "", "AllowNav2": false, "SearchText": "x", "NodeOffset": 0, "ElemAttribs": [)";
+    for (int i = 0; i < 40000; ++i)
+        manyFilters.append(i == 0 ? "\"a=1\"" : ",\"a=1\"");
+    manyFilters.append("]}");
     QByteArray bigPage = shop;
     bigPage.insert(bigPage.indexOf("</body>"), "<!--" + QByteArray(3 * 1024 * 1024, 'x') + "-->");
     const QByteArray lines = R"(<table><tr><td class="item">Pears</td><td>0.95<br>per\kg</td></tr></table>)";
@@ -395,6 +399,8 @@ void tst_RunCommand::hostileInputs_data()
     QTest::newRow("the query is a device") << query(zero) << none << QString() << 2 << none << QStringLiteral("is a device");
     QTest::newRow("a query file of 1 GB") << query(hugeQuery) << none << QString() << 2 << none
                                           << QStringLiteral("longer than 16,777,216 bytes");
+    QTest::newRow("a query of 40,000 filters") << query(file(QStringLiteral("filters.json"), manyFilters)) << none << QString() << 2
+                                               << none << QStringLiteral("\"ElemAttribs\" holds 40,000 filters; a query holds at most 32,767");
 }
 
 void tst_RunCommand::hostileInputs()
