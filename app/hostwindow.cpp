@@ -209,7 +209,8 @@ void HostWindow::runQuery()
     RunResult result;
     try {
         // Markers are filled as in the designer: example values asked once and remembered.
-        const RunnableQuery query = RunnableQuery::substituted(QueryFile::readFrom(m_control));
+        const QString folder = m_path.isEmpty() ? QString() : QFileInfo(m_path).absolutePath();
+        const RunnableQuery query = RunnableQuery::substituted(QueryFile::readFrom(m_control), folder);
         const PageSource source = PageSource::fromAddress(query.url);
         const DocumentPtr document = readStaticDocument(source);
         result = EvaluateQuery(*document, query, WildcardMatcher());

@@ -37,14 +37,17 @@ QString folderUrl(const QString &folder)
     return QUrl::fromLocalFile(QDir(folder).absolutePath()).toString() + u'/';
 }
 
+enum class Markers { Pending, Filled };
+
 // The file part is resolved; a query or fragment after it, markers and all, is kept as it is.
-QString resolveAddress(const QString &address, const QString &folder)
+// A file part with markers waits until they are filled.
+QString resolveAddress(const QString &address, const QString &folder, Markers markers = Markers::Pending)
 {
     if (address.isEmpty() || folder.isEmpty() || hasScheme(address))
         return address;
     const qsizetype end = address.indexOf(QRegularExpression(QStringLiteral("[?#]")));
     const QString file = end < 0 ? address : address.left(end);
-    if (file.isEmpty() || file.contains(u'%'))
+    if (file.isEmpty() || (markers == Markers::Pending && file.contains(u'%')))
         return address;
     const QString rest = end < 0 ? QString() : address.mid(end);
     return QUrl::fromLocalFile(QDir(folder).absoluteFilePath(file)).toString() + rest;
@@ -156,6 +159,11 @@ QByteArray QueryFile::toJson(const QString &folder) const
     object.insert(QStringLiteral("NodeOffset"), NodeOffset);
     object.insert(QStringLiteral("ElemAttribs"), QJsonArray::fromStringList(ElemAttribs));
     return QJsonDocument(object).toJson(QJsonDocument::Indented);
+}
+
+QString QueryFile::resolvedAddress(const QString &address, const QString &folder)
+{
+    return resolveAddress(address, folder, Markers::Filled);
 }
 
 void QueryFile::save(const QString &path) const

@@ -23,13 +23,16 @@ struct QueryFile {
 
     // Throws QueryFileError naming what is wrong (every one of the five keys is required);
     // nothing is half-read. An address that is a relative file name is taken relative to the
-    // file's folder; one with markers in its file name is kept as it is.
+    // file's folder; one with markers in its file name once they are filled (resolvedAddress).
     static QueryFile load(const QString &path);
     static QueryFile parse(const QByteArray &json, const QString &folder);
     // Writes atomically; an address inside the file's folder is saved relative to it. A query
     // that could not be read back (more than MaxFilters) is refused with a QueryFileError.
     void save(const QString &path) const;
     QByteArray toJson(const QString &folder) const;
+
+    // A filled address (no markers left) that is a relative file name, taken relative to folder.
+    static QString resolvedAddress(const QString &address, const QString &folder);
 
     void applyTo(Tamberline &control) const;
     // Every stored filter, so that what was opened is saved as it was.

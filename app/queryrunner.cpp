@@ -14,7 +14,8 @@
 
 #include <optional>
 
-RunnableQuery RunnableQuery::from(const QueryFile &query, const QHash<QString, QString> &values)
+RunnableQuery RunnableQuery::from(const QueryFile &query, const QHash<QString, QString> &values, const QString &folder,
+                                  Address address)
 {
     QHash<QString, QString> byName; // names compare without regard to case, as in the designer
     for (auto it = values.begin(); it != values.end(); ++it)
@@ -36,13 +37,14 @@ RunnableQuery RunnableQuery::from(const QueryFile &query, const QHash<QString, Q
         ControlVariables::exampleValueCache().clear();
     });
 
-    return substituted(query);
+    return substituted(query, folder, address);
 }
 
-RunnableQuery RunnableQuery::substituted(const QueryFile &query)
+RunnableQuery RunnableQuery::substituted(const QueryFile &query, const QString &folder, Address address)
 {
     RunnableQuery runnable;
-    runnable.url = ControlVariables::Substitute(query.Url1);
+    if (address == Address::Read)
+        runnable.url = QueryFile::resolvedAddress(ControlVariables::Substitute(query.Url1), folder);
     runnable.searchText = ControlVariables::Substitute(query.SearchText);
     runnable.nodeOffset = query.NodeOffset;
     for (const QString &filter : query.ElemAttribs) {

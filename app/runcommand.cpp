@@ -10,6 +10,7 @@
 
 #include <QApplication>
 #include <QCommandLineParser>
+#include <QFileInfo>
 #include <QJsonDocument>
 #include <QLoggingCategory>
 #include <QThreadPool>
@@ -265,7 +266,8 @@ int runCommandMain(int argc, char *argv[])
     QList<PageSource> sources;
     try {
         const QueryFile file = QueryFile::load(options.queryPath);
-        query = RunnableQuery::from(file, options.values);
+        const auto address = options.pages.isEmpty() ? RunnableQuery::Address::Read : RunnableQuery::Address::Unused;
+        query = RunnableQuery::from(file, options.values, QFileInfo(options.queryPath).absolutePath(), address);
         if (options.pages.isEmpty()) {
             if (query.url.isEmpty())
                 throw RunError(QStringLiteral("give the pages to read: the query has no address"));
