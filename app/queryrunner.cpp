@@ -1,5 +1,6 @@
 #include "queryrunner.h"
 
+#include "control/attribwalk.h"
 #include "parser/documentsearch.h"
 #include "parser/wildcardmatcher.h"
 #include "platform/dialogs.h"
@@ -47,11 +48,7 @@ RunnableQuery RunnableQuery::substituted(const QueryFile &query, const QString &
         runnable.url = QueryFile::resolvedAddress(ControlVariables::Substitute(query.Url1), folder);
     runnable.searchText = ControlVariables::Substitute(query.SearchText);
     runnable.nodeOffset = query.NodeOffset;
-    for (const QString &filter : query.ElemAttribs) {
-        if (filter.isEmpty())
-            break; // the search's walk ends at the first empty entry
-        runnable.filters.append(filter);
-    }
+    runnable.filters = walkedEntries(query.ElemAttribs);
     return runnable;
 }
 
@@ -77,6 +74,12 @@ RunResult EvaluateQuery(const Document &document, const RunnableQuery &query, co
     if (document.length() >= 32768) {
         result.reason = QStringLiteral("too-many-elements");
         result.message = QStringLiteral("the page has %1 elements; the search counts at most 32,767").arg(document.length());
+        return result;
+    }
+    // A part of the page could give an answer the whole page would not.
+    if (document.cut) {
+        result.reason = QStringLiteral("page-error");
+        result.message = QStringLiteral("the page was read in part: %1").arg(document.cutReason);
         return result;
     }
     try {

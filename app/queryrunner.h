@@ -51,7 +51,7 @@ struct RunResult {
 
 // The designer's search on a snapshot: the first element from index 0 whose text fits and which
 // satisfies the filters (index 0 when the query has neither), the element NodeOffset further
-// on, and how many elements fit in all.
+// on, and how many elements fit in all. A snapshot read in part gives no answer.
 RunResult EvaluateQuery(const Document &document, const RunnableQuery &query, const WildcardMatcher &matcher);
 
 // A query that cannot run at all (a marker without value, an unreadable file).

@@ -147,19 +147,23 @@ void tst_RunCommand::evaluation_data()
     QTest::addColumn<QString>("returnedText");
     QTest::addColumn<int>("matches");
     QTest::addColumn<QString>("reason");
+    QTest::addColumn<QString>("cutReason"); // the page as read in part, for this reason
     const QStringList item{QStringLiteral("class=item")};
-    QTest::newRow("found and returned") << QStringLiteral("pears") << 1 << item << 10 << 11 << QStringLiteral("0.95") << 1 << QString();
+    QTest::newRow("found and returned") << QStringLiteral("pears") << 1 << item << 10 << 11 << QStringLiteral("0.95") << 1 << QString() << QString();
     QTest::newRow("several matches: an ambiguous anchor") << QStringLiteral("*") << 0 << item << 7 << 7 << QStringLiteral("Apples") << 2
-                                                          << QString();
+                                                          << QString() << QString();
     QTest::newRow("neither text nor filters: the root, index 0") << QString() << 3 << QStringList{} << 0 << 3
-                                                                 << QStringLiteral("Prices") << 12 << QString();
-    QTest::newRow("no match") << QStringLiteral("plums") << 0 << item << -1 << -1 << QString() << 0 << QStringLiteral("no-match");
+                                                                 << QStringLiteral("Prices") << 12 << QString() << QString();
+    QTest::newRow("no match") << QStringLiteral("plums") << 0 << item << -1 << -1 << QString() << 0 << QStringLiteral("no-match") << QString();
     QTest::newRow("offset past the end") << QStringLiteral("pears") << 5 << item << 10 << -1 << QString() << 1
-                                         << QStringLiteral("offset-out-of-range");
+                                         << QStringLiteral("offset-out-of-range") << QString();
     QTest::newRow("offset before the start") << QStringLiteral("pears") << -11 << item << 10 << -1 << QString() << 1
-                                             << QStringLiteral("offset-out-of-range");
+                                             << QStringLiteral("offset-out-of-range") << QString();
     QTest::newRow("a filter no element can be tested with")
-        << QString() << 0 << QStringList{QStringLiteral("ParentTag=TR")} << -1 << -1 << QString() << 0 << QStringLiteral("bad-query");
+        << QString() << 0 << QStringList{QStringLiteral("ParentTag=TR")} << -1 << -1 << QString() << 0 << QStringLiteral("bad-query") << QString();
+    QTest::newRow("a page read in part gives no answer")
+        << QStringLiteral("pears") << 1 << item << -1 << -1 << QString() << 0 << QStringLiteral("page-error")
+        << QStringLiteral("the snapshot took longer than 10 s");
 }
 
 void tst_RunCommand::evaluation()
@@ -172,8 +176,16 @@ void tst_RunCommand::evaluation()
     QFETCH(QString, returnedText);
     QFETCH(int, matches);
     QFETCH(QString, reason);
-    const DocumentPtr document = parseHtmlDocument(shop, QStringLiteral("file:///shop.html"));
+    QFETCH(QString, cutReason);
+    DocumentPtr document = parseHtmlDocument(shop, QStringLiteral("file:///shop.html"));
+    if (!cutReason.isEmpty()) {
+        auto cut = std::make_shared<Document>(*document);
+        cut->cut = true;
+        cut->cutReason = cutReason;
+        document = cut;
+    }
     const RunResult result = EvaluateQuery(*document, query(text, offset, filters), WildcardMatcher());
+    QVERIFY2(result.message.contains(cutReason), qPrintable(result.message));
     QCOMPARE(result.found, found);
     QCOMPARE(result.returned, returned);
     QCOMPARE(result.text, returnedText);
@@ -205,7 +217,7 @@ void tst_RunCommand::markersFromSetValues()
     QueryFile file;
     file.Url1 = QStringLiteral("http://shop/%Region%/%item%");
     file.SearchText = QStringLiteral("%ITEM%*");
-    file.ElemAttribs = {QStringLiteral("a=1"), QString(), QStringLiteral("b=2")};
+    file.ElemAttribs = {QStringLiteral("a=1"), QStringLiteral("  "), QStringLiteral("b=2")};
     const RunnableQuery runnable = RunnableQuery::from(file, {{QStringLiteral("region"), QStringLiteral("north")},
                                                               {QStringLiteral("item"), QStringLiteral("42")}});
     QCOMPARE(runnable.url, QStringLiteral("http://shop/north/42"));
