@@ -4,6 +4,7 @@
 
 #include <memory>
 
+class QTemporaryFile;
 class WebPage;
 
 // Loads pages headless in the browser engine, for pages that build their content with
@@ -19,4 +20,6 @@ public:
 
 private:
     std::unique_ptr<WebPage> m_page;
+    // Standard input or a FIFO, read by us and given to the engine as a file.
+    std::unique_ptr<QTemporaryFile> m_copy;
 };

@@ -1,8 +1,10 @@
 #include "hostwindow.h"
 
+#include "control/attribwalk.h"
 #include "platform/dialogs.h"
 #include "platform/handlerguard.h"
 #include "platform/runtimeerror.h"
+#include "platform/textrules.h"
 #include "pagesource.h"
 #include "parser/wildcardmatcher.h"
 #include "queryrunner.h"
@@ -12,11 +14,45 @@
 #include <QFileDialog>
 #include <QFileInfo>
 
+#include <algorithm>
+#include <concepts>
+#include <exception>
 #include <limits>
 
 namespace {
+
 const QString queryFilter = QStringLiteral("Query files (*.json);;All files (*)");
+
+// Run-time errors are shown as the control shows them; anything else a handler throws is shown
+// as its text. Either way the handler ends there and the window goes on.
+void guard(HostWindow *window, const std::function<void()> &handler)
+{
+    try {
+        runHandler(window, HandlerOrigin::User, handler);
+    } catch (const std::exception &error) {
+        const QString text = QString::fromUtf8(error.what());
+        window->statusBar()->showMessage(text);
+        Dialogs::messageBox(text, Dialogs::OkOnly | Dialogs::Critical);
+    }
 }
+
+template<typename Handler>
+auto guarded(HostWindow *window, Handler handler)
+{
+    // Constrained, so that connect() finds how many of a signal's arguments the handler takes.
+    return [window, handler]<typename... Arguments>(const Arguments &...arguments)
+        requires std::invocable<const Handler &, const Arguments &...>
+    { guard(window, [&] { handler(arguments...); }); };
+}
+
+// Entries after the first blank one, which no search reads, that are not blank themselves.
+qsizetype unreadFilters(const QStringList &stored)
+{
+    const qsizetype read = walkedEntries(stored).size();
+    return std::count_if(stored.begin() + read, stored.end(), [](const QString &entry) { return !trimBlanks(entry).isEmpty(); });
+}
+
+} // namespace
 
 HostWindow::HostWindow(QWidget *parent)
     : QMainWindow(parent)
@@ -25,23 +61,23 @@ HostWindow::HostWindow(QWidget *parent)
     ui->setupUi(this);
     ui->spnNodeOffset->setRange(std::numeric_limits<int32_t>::min(), std::numeric_limits<int32_t>::max());
 
-    connect(ui->txtUrl1, &QLineEdit::textEdited, this, [this](const QString &text) {
+    connect(ui->txtUrl1, &QLineEdit::textEdited, this, guarded(this, [this](const QString &text) {
         m_control.setUrl1(text);
         updateTitle();
-    });
-    connect(ui->chkAllowNav2, &QCheckBox::toggled, this, [this](bool checked) {
+    }));
+    connect(ui->chkAllowNav2, &QCheckBox::toggled, this, guarded(this, [this](bool checked) {
         m_control.setAllowNav2(checked);
         updateTitle();
-    });
-    connect(ui->txtSearchText, &QLineEdit::textEdited, this, [this](const QString &text) {
+    }));
+    connect(ui->txtSearchText, &QLineEdit::textEdited, this, guarded(this, [this](const QString &text) {
         m_control.setSearchText(text);
         updateTitle();
-    });
-    connect(ui->spnNodeOffset, &QSpinBox::valueChanged, this, [this](int value) {
+    }));
+    connect(ui->spnNodeOffset, &QSpinBox::valueChanged, this, guarded(this, [this](int value) {
         m_control.setNodeOffset(value);
         updateTitle();
-    });
-    connect(ui->txtElemAttribs, &QPlainTextEdit::textChanged, this, [this] {
+    }));
+    connect(ui->txtElemAttribs, &QPlainTextEdit::textChanged, this, guarded(this, [this] {
         if (m_showing)
             return;
         m_control.ClearAttribs();
@@ -52,31 +88,31 @@ HostWindow::HostWindow(QWidget *parent)
                 m_control.setElemAttribs(-1, line);
         }
         updateTitle();
-    });
+    }));
 
     connect(ui->cmdEditQueryItem, &QPushButton::clicked, this, [this] { editQuery(&Tamberline::EditQueryItem); });
     connect(ui->cmdEditWizard, &QPushButton::clicked, this, [this] { editQuery(&Tamberline::EditWizard); });
     connect(ui->cmdEditProperties, &QPushButton::clicked, this, [this] { editQuery(&Tamberline::EditProperties); });
 
-    connect(ui->cmdRun, &QPushButton::clicked, this, &HostWindow::runQuery);
-    connect(ui->actOpen, &QAction::triggered, this, [this] {
+    connect(ui->cmdRun, &QPushButton::clicked, this, guarded(this, [this] { runQuery(); }));
+    connect(ui->actOpen, &QAction::triggered, this, guarded(this, [this] {
         if (!maybeSave())
             return;
         const QString path = QFileDialog::getOpenFileName(this, tr("Open Query"), QFileInfo(m_path).absolutePath(), queryFilter);
         if (!path.isEmpty())
             openFile(path);
-    });
-    connect(ui->actSave, &QAction::triggered, this, [this] {
+    }));
+    connect(ui->actSave, &QAction::triggered, this, guarded(this, [this] {
         if (m_path.isEmpty())
             ui->actSaveAs->trigger();
         else
             saveFile(m_path);
-    });
-    connect(ui->actSaveAs, &QAction::triggered, this, [this] {
+    }));
+    connect(ui->actSaveAs, &QAction::triggered, this, guarded(this, [this] {
         const QString path = QFileDialog::getSaveFileName(this, tr("Save Query"), m_path, queryFilter);
         if (!path.isEmpty())
             saveFile(path);
-    });
+    }));
     connect(ui->actExit, &QAction::triggered, this, &QWidget::close);
 
     m_saved = QueryFile::readFrom(m_control);
@@ -87,18 +123,29 @@ HostWindow::~HostWindow() = default;
 
 bool HostWindow::openFile(const QString &path)
 {
+    QueryFile query;
     try {
-        const QueryFile query = QueryFile::load(path);
-        query.applyTo(m_control);
-        m_path = path;
-        m_saved = QueryFile::readFrom(m_control);
-        showQuery();
-        statusBar()->showMessage(tr("Opened %1").arg(QDir::toNativeSeparators(path)));
-        return true;
+        query = QueryFile::load(path);
     } catch (const QueryFileError &error) {
         Dialogs::messageBox(error.message(), Dialogs::OkOnly | Dialogs::Critical, tr("Open Query"));
         return false;
     }
+    bool opened = false;
+    guard(this, [&] {
+        query.applyTo(m_control);
+        m_path = path;
+        m_saved = QueryFile::readFrom(m_control);
+        showQuery();
+        opened = true;
+        const QString name = QDir::toNativeSeparators(path);
+        const qsizetype unread = unreadFilters(query.ElemAttribs);
+        statusBar()->showMessage(unread == 0 ? tr("Opened %1").arg(name)
+                                             : tr("Opened %1. Filter %2 is blank: no search reads the %n filter(s) after it.", nullptr,
+                                                  int(unread))
+                                                   .arg(name)
+                                                   .arg(walkedEntries(query.ElemAttribs).size() + 1));
+    });
+    return opened;
 }
 
 bool HostWindow::saveFile(const QString &path)
@@ -116,6 +163,9 @@ bool HostWindow::saveFile(const QString &path)
         return false;
     } catch (const RuntimeError &error) {
         Dialogs::messageBox(runtimeErrorText(error), Dialogs::OkOnly | Dialogs::Critical, tr("Save Query"));
+        return false;
+    } catch (const std::exception &error) {
+        Dialogs::messageBox(QString::fromUtf8(error.what()), Dialogs::OkOnly | Dialogs::Critical, tr("Save Query"));
         return false;
     }
 }
@@ -148,7 +198,7 @@ void HostWindow::showQuery()
 
 void HostWindow::editQuery(bool (Tamberline::*edit)())
 {
-    runHandler(this, HandlerOrigin::User, [&] {
+    guard(this, [&] {
         if ((m_control.*edit)())
             showQuery();
     });
@@ -159,7 +209,8 @@ void HostWindow::runQuery()
     RunResult result;
     try {
         // Markers are filled as in the designer: example values asked once and remembered.
-        const RunnableQuery query = RunnableQuery::substituted(QueryFile::readFrom(m_control));
+        const QString folder = m_path.isEmpty() ? QString() : QFileInfo(m_path).absolutePath();
+        const RunnableQuery query = RunnableQuery::substituted(QueryFile::readFrom(m_control), folder);
         const PageSource source = PageSource::fromAddress(query.url);
         const DocumentPtr document = readStaticDocument(source);
         result = EvaluateQuery(*document, query, WildcardMatcher());
@@ -170,6 +221,9 @@ void HostWindow::runQuery()
     } catch (const RuntimeError &error) {
         result.reason = QStringLiteral("page-error");
         result.message = runtimeErrorText(error);
+    } catch (const std::bad_alloc &) {
+        result.reason = QStringLiteral("page-error");
+        result.message = tr("not enough memory to read the page");
     }
     showResult(result);
 }

@@ -1,18 +1,20 @@
 #include "pagesource.h"
 
+#include "limitedread.h"
 #include "platform/gumbodocument.h"
 #include "platform/pagereaderror.h"
 
 #include <QEventLoop>
-#include <QFile>
 #include <QFileInfo>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
-#include <QTimer>
-
-#include <cstdio>
 
 namespace {
+
+bool isKnownScheme(const QString &scheme)
+{
+    return scheme == u"file" || scheme == u"http" || scheme == u"https";
+}
 
 QByteArray fetch(const QUrl &url)
 {
@@ -22,55 +24,68 @@ QByteArray fetch(const QUrl &url)
     request.setTransferTimeout(30000);
     std::unique_ptr<QNetworkReply> reply(manager.get(request));
     QEventLoop loop;
+    bool tooLong = false;
     QObject::connect(reply.get(), &QNetworkReply::finished, &loop, &QEventLoop::quit);
+    QObject::connect(reply.get(), &QNetworkReply::downloadProgress, &loop, [&](qint64 received, qint64) {
+        if (received > maxPageBytes() && !tooLong) {
+            tooLong = true;
+            reply->abort();
+        }
+    });
     loop.exec();
+    if (tooLong)
+        throw PageError(tooLongText(url.toDisplayString(), maxPageBytes()));
     if (reply->error() != QNetworkReply::NoError)
         throw PageError(QStringLiteral("cannot fetch %1: %2").arg(url.toDisplayString(), reply->errorString()));
     return reply->readAll();
 }
 
-QByteArray readFile(const QString &path)
-{
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        throw PageError(QStringLiteral("cannot read %1: %2").arg(path, file.errorString()));
-    return file.readAll();
-}
-
 } // namespace
+
+qsizetype maxPageBytes()
+{
+    return ParseLimits{}.maxInputBytes;
+}
 
 PageSource PageSource::fromArgument(const QString &argument)
 {
-    if (argument == u"-") {
-        PageSource source{argument, QUrl(QStringLiteral("about:blank")), {}};
-        QFile in;
-        if (!in.open(stdin, QIODevice::ReadOnly))
-            throw PageError(QStringLiteral("cannot read standard input"));
-        source.stdinBytes = in.readAll();
-        return source;
-    }
-    const QUrl url(argument);
-    if (!url.scheme().isEmpty() && url.scheme().size() > 1) // "C:" is a drive, not a scheme
+    if (argument == u"-")
+        return {argument, QUrl(QStringLiteral("about:blank")), {}};
+    const QUrl file = QUrl::fromLocalFile(QFileInfo(argument).absoluteFilePath());
+    if (fileKindOf(argument) != FileKind::Missing)
+        return {argument, file, {}};
+    const QString scheme = QUrl(argument).scheme().toLower();
+    if (isKnownScheme(scheme))
         return fromAddress(argument);
-    return {argument, QUrl::fromLocalFile(QFileInfo(argument).absoluteFilePath()), {}};
+    // "C:" is a drive, not a scheme: a missing file.
+    if (scheme.size() > 1) {
+        return {argument, {}, QStringLiteral("cannot read %1: there is no such file, and %2: is not an address that is read "
+                                             "(only file:, http: and https: are)")
+                                  .arg(argument, scheme)};
+    }
+    return {argument, file, {}};
 }
 
 PageSource PageSource::fromAddress(const QString &address)
 {
     const QUrl url(address);
-    const QString scheme = url.scheme().toLower();
-    if (scheme != u"file" && scheme != u"http" && scheme != u"https")
-        throw PageError(QStringLiteral("cannot read %1: only file:, http: and https: addresses are read").arg(address));
+    if (!isKnownScheme(url.scheme().toLower()))
+        return {address, {}, QStringLiteral("cannot read %1: only file:, http: and https: addresses are read").arg(address)};
     return {address, url, {}};
 }
 
 QByteArray PageSource::read() const
 {
-    if (name == u"-")
-        return stdinBytes;
-    if (url.isLocalFile())
-        return readFile(url.toLocalFile());
-    return fetch(url);
+    if (!refusal.isEmpty())
+        throw PageError(refusal);
+    if (!isStandardInput() && !url.isLocalFile())
+        return fetch(url);
+    QString error;
+    std::optional<QByteArray> bytes = isStandardInput() ? readStandardInputLimited(maxPageBytes(), &error)
+                                                        : readLimited(url.toLocalFile(), maxPageBytes(), &error);
+    if (!bytes)
+        throw PageError(error);
+    return *std::move(bytes);
 }
 
 DocumentPtr readStaticDocument(const PageSource &source)

@@ -8,7 +8,7 @@
 
 #include <stdexcept>
 
-// Where the runner gets its pages: files, standard input, file: and http(s): addresses.
+// Where the runner gets its pages: files, FIFOs, standard input, file: and http(s): addresses.
 
 // A page that cannot be had or read; the run reports it as "page-error".
 class PageError : public std::runtime_error
@@ -21,16 +21,23 @@ private:
     QString m_message;
 };
 
+// The most bytes of a page that are read: what the static reader accepts, for both engines.
+qsizetype maxPageBytes();
+
 struct PageSource {
     QString name; // as given: a path, "-", or an address
     QUrl url;     // where the page lives, for its snapshot and relative links
-    QByteArray stdinBytes;
+    QString refusal; // why the name cannot be a page at all, reported when it is read
 
-    // A path or "-" given on the command line, or an address (the query's own).
+    bool isStandardInput() const { return name == u"-"; }
+
+    // A path or "-" given on the command line: a name that exists is a file whatever it looks
+    // like, and only file:, http: and https: make an address. Never throws: a name that cannot
+    // be a page fails when it is read, as that page's error.
     static PageSource fromArgument(const QString &argument);
     static PageSource fromAddress(const QString &address);
 
-    // The page's bytes; an http(s) address is fetched. Throws PageError.
+    // The page's bytes, at most maxPageBytes(); an http(s) address is fetched. Throws PageError.
     QByteArray read() const;
 };
 

@@ -1,7 +1,7 @@
 #include "queryfile.h"
 
-#include "control/attribwalk.h"
 #include "control/tamberlinecontrol.h"
+#include "limitedread.h"
 
 #include <QDir>
 #include <QFile>
@@ -9,6 +9,7 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QLocale>
 #include <QRegularExpression>
 #include <QSaveFile>
 #include <QUrl>
@@ -36,17 +37,26 @@ QString folderUrl(const QString &folder)
     return QUrl::fromLocalFile(QDir(folder).absolutePath()).toString() + u'/';
 }
 
+enum class Markers { Pending, Filled };
+
 // The file part is resolved; a query or fragment after it, markers and all, is kept as it is.
-QString resolveAddress(const QString &address, const QString &folder)
+// A file part with markers waits until they are filled.
+QString resolveAddress(const QString &address, const QString &folder, Markers markers = Markers::Pending)
 {
     if (address.isEmpty() || folder.isEmpty() || hasScheme(address))
         return address;
     const qsizetype end = address.indexOf(QRegularExpression(QStringLiteral("[?#]")));
     const QString file = end < 0 ? address : address.left(end);
-    if (file.isEmpty() || file.contains(u'%'))
+    if (file.isEmpty() || (markers == Markers::Pending && file.contains(u'%')))
         return address;
     const QString rest = end < 0 ? QString() : address.mid(end);
     return QUrl::fromLocalFile(QDir(folder).absoluteFilePath(file)).toString() + rest;
+}
+
+QString tooManyFilters(qsizetype count)
+{
+    return QStringLiteral("\"ElemAttribs\" holds %1 filters; a query holds at most %2")
+        .arg(QLocale(QLocale::English).toString(count), QLocale(QLocale::English).toString(QueryFile::MaxFilters));
 }
 
 QString relativeAddress(const QString &address, const QString &folder)
@@ -115,7 +125,10 @@ QueryFile QueryFile::parse(const QByteArray &json, const QString &folder)
     if (!attribs.isUndefined()) {
         if (!attribs.isArray())
             throw QueryFileError(typeError(QStringLiteral("ElemAttribs"), "a list of \"name=value\" strings"));
-        for (const QJsonValue &entry : attribs.toArray()) {
+        const QJsonArray entries = attribs.toArray();
+        if (entries.size() > MaxFilters)
+            throw QueryFileError(tooManyFilters(entries.size()));
+        for (const QJsonValue &entry : entries) {
             if (!entry.isString())
                 throw QueryFileError(typeError(QStringLiteral("ElemAttribs"), "a list of \"name=value\" strings"));
             query.ElemAttribs.append(entry.toString());
@@ -126,11 +139,12 @@ QueryFile QueryFile::parse(const QByteArray &json, const QString &folder)
 
 QueryFile QueryFile::load(const QString &path)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        throw QueryFileError(QStringLiteral("cannot read %1: %2").arg(path, file.errorString()));
+    QString error;
+    const std::optional<QByteArray> json = readLimited(path, MaxFileBytes, &error);
+    if (!json)
+        throw QueryFileError(error);
     try {
-        return parse(file.readAll(), QFileInfo(path).absolutePath());
+        return parse(*json, QFileInfo(path).absolutePath());
     } catch (const QueryFileError &error) {
         throw QueryFileError(QStringLiteral("%1: %2").arg(path, error.message()));
     }
@@ -147,8 +161,15 @@ QByteArray QueryFile::toJson(const QString &folder) const
     return QJsonDocument(object).toJson(QJsonDocument::Indented);
 }
 
+QString QueryFile::resolvedAddress(const QString &address, const QString &folder)
+{
+    return resolveAddress(address, folder, Markers::Filled);
+}
+
 void QueryFile::save(const QString &path) const
 {
+    if (ElemAttribs.size() > MaxFilters)
+        throw QueryFileError(QStringLiteral("cannot write %1: %2").arg(path, tooManyFilters(ElemAttribs.size())));
     QSaveFile file(path);
     if (!file.open(QIODevice::WriteOnly))
         throw QueryFileError(QStringLiteral("cannot write %1: %2").arg(path, file.errorString()));
@@ -175,6 +196,6 @@ QueryFile QueryFile::readFrom(const Tamberline &control)
     query.AllowNav2 = control.AllowNav2();
     query.SearchText = control.SearchText();
     query.NodeOffset = control.NodeOffset();
-    query.ElemAttribs = walkElemAttribs(control);
+    query.ElemAttribs = control.storedAttribs();
     return query;
 }

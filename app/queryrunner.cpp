@@ -1,5 +1,6 @@
 #include "queryrunner.h"
 
+#include "control/attribwalk.h"
 #include "parser/documentsearch.h"
 #include "parser/wildcardmatcher.h"
 #include "platform/dialogs.h"
@@ -14,7 +15,8 @@
 
 #include <optional>
 
-RunnableQuery RunnableQuery::from(const QueryFile &query, const QHash<QString, QString> &values)
+RunnableQuery RunnableQuery::from(const QueryFile &query, const QHash<QString, QString> &values, const QString &folder,
+                                  Address address)
 {
     QHash<QString, QString> byName; // names compare without regard to case, as in the designer
     for (auto it = values.begin(); it != values.end(); ++it)
@@ -36,20 +38,17 @@ RunnableQuery RunnableQuery::from(const QueryFile &query, const QHash<QString, Q
         ControlVariables::exampleValueCache().clear();
     });
 
-    return substituted(query);
+    return substituted(query, folder, address);
 }
 
-RunnableQuery RunnableQuery::substituted(const QueryFile &query)
+RunnableQuery RunnableQuery::substituted(const QueryFile &query, const QString &folder, Address address)
 {
     RunnableQuery runnable;
-    runnable.url = ControlVariables::Substitute(query.Url1);
+    if (address == Address::Read)
+        runnable.url = QueryFile::resolvedAddress(ControlVariables::Substitute(query.Url1), folder);
     runnable.searchText = ControlVariables::Substitute(query.SearchText);
     runnable.nodeOffset = query.NodeOffset;
-    for (const QString &filter : query.ElemAttribs) {
-        if (filter.isEmpty())
-            break; // the search's walk ends at the first empty entry
-        runnable.filters.append(filter);
-    }
+    runnable.filters = walkedEntries(query.ElemAttribs);
     return runnable;
 }
 
@@ -75,6 +74,12 @@ RunResult EvaluateQuery(const Document &document, const RunnableQuery &query, co
     if (document.length() >= 32768) {
         result.reason = QStringLiteral("too-many-elements");
         result.message = QStringLiteral("the page has %1 elements; the search counts at most 32,767").arg(document.length());
+        return result;
+    }
+    // A part of the page could give an answer the whole page would not.
+    if (document.cut) {
+        result.reason = QStringLiteral("page-error");
+        result.message = QStringLiteral("the page was read in part: %1").arg(document.cutReason);
         return result;
     }
     try {

@@ -19,12 +19,18 @@ struct RunnableQuery {
     int32_t nodeOffset = 0;
     QStringList filters;
 
+    // Pages given on the command line leave the query's address unused, and its markers need
+    // no values then.
+    enum class Address { Read, Unused };
+
     // Fills the %name% markers of the address and the search text from values (names without
     // regard to case), by the same substitution the designer uses. A marker without a value is
-    // a RunError naming it.
-    static RunnableQuery from(const QueryFile &query, const QHash<QString, QString> &values);
+    // a RunError naming it. A filled address that is a relative file name is taken relative to
+    // folder (the query file's).
+    static RunnableQuery from(const QueryFile &query, const QHash<QString, QString> &values, const QString &folder = {},
+                              Address address = Address::Read);
     // The same, with the values the designer asks the user for.
-    static RunnableQuery substituted(const QueryFile &query);
+    static RunnableQuery substituted(const QueryFile &query, const QString &folder = {}, Address address = Address::Read);
 };
 
 // What a query returns on one page. reason is empty on success, else one of "no-match",
@@ -45,7 +51,7 @@ struct RunResult {
 
 // The designer's search on a snapshot: the first element from index 0 whose text fits and which
 // satisfies the filters (index 0 when the query has neither), the element NodeOffset further
-// on, and how many elements fit in all.
+// on, and how many elements fit in all. A snapshot read in part gives no answer.
 RunResult EvaluateQuery(const Document &document, const RunnableQuery &query, const WildcardMatcher &matcher);
 
 // A query that cannot run at all (a marker without value, an unreadable file).

@@ -3,18 +3,25 @@
 #include "browserloader.h"
 #include "pagesource.h"
 #include "parser/wildcardmatcher.h"
+#include "platform/handlerguard.h"
+#include "platform/runtimeerror.h"
 #include "platform/webpage.h"
 #include "queryrunner.h"
 
 #include <QApplication>
 #include <QCommandLineParser>
+#include <QFileInfo>
 #include <QJsonDocument>
 #include <QLoggingCategory>
 #include <QThreadPool>
 #include <QtConcurrent>
 
+#include <algorithm>
 #include <cstdio>
 #include <memory>
+#include <new>
+
+#include <sys/resource.h>
 
 namespace {
 
@@ -29,6 +36,7 @@ struct Options {
     Engine engine = Engine::Static;
     Format format = Format::Text;
     int jobs = QThread::idealThreadCount();
+    bool jobsGiven = false;
 };
 
 constexpr int AllGaveResults = 0;
@@ -62,12 +70,17 @@ Options parseArguments(const QStringList &arguments)
     if (positional.isEmpty())
         throw RunError(QStringLiteral("usage: tamberline %1 QUERY.json %2")
                            .arg(options.check ? QStringLiteral("check") : QStringLiteral("run"),
-                                options.check ? QStringLiteral("PAGE...") : QStringLiteral("[PAGE ...] [--set name=value ...] "
-                                                                                          "[--engine static|browser] [--format text|json] [--jobs N]")));
+                                options.check ? QStringLiteral("PAGE... [--set name=value ...] [--engine static|browser] [--jobs N]")
+                                              : QStringLiteral("[PAGE ...] [--set name=value ...] [--engine static|browser] "
+                                                               "[--format text|json] [--jobs N]")));
     options.queryPath = positional.first();
     options.pages = positional.mid(1);
     if (options.check && options.pages.isEmpty())
         throw RunError(QStringLiteral("check needs the saved pages to run the query over"));
+    if (options.pages.count(QStringLiteral("-")) > 1)
+        throw RunError(QStringLiteral("standard input can be read once: give - as one page only"));
+    if (options.check && parser.isSet(format))
+        throw RunError(QStringLiteral("check prints a table; --format is for run"));
     for (const QString &pair : parser.values(set)) {
         const qsizetype at = pair.indexOf(u'=');
         if (at <= 0)
@@ -87,8 +100,22 @@ Options parseArguments(const QStringList &arguments)
         options.jobs = parser.value(jobs).toInt(&ok);
         if (!ok || options.jobs < 1)
             throw RunError(QStringLiteral("--jobs wants a whole number of at least 1"));
+        options.jobsGiven = true;
     }
     return options;
+}
+
+// Pages read at once beyond what the machine runs only wait, and each holds files open while
+// it is read (the page, its thread's wake-up pipe, a fetch's sockets).
+int mostJobs()
+{
+    constexpr long long filesPerJob = 8;
+    constexpr long long filesKept = 32; // the program's own
+    long long most = std::max(1, QThread::idealThreadCount()) * 4LL;
+    rlimit files{};
+    if (getrlimit(RLIMIT_NOFILE, &files) == 0 && files.rlim_cur != RLIM_INFINITY)
+        most = std::min(most, (static_cast<long long>(files.rlim_cur) - filesKept) / filesPerJob);
+    return int(std::max(1LL, most));
 }
 
 RunResult failed(const QString &page, const QString &reason, const QString &message)
@@ -100,17 +127,33 @@ RunResult failed(const QString &page, const QString &reason, const QString &mess
     return result;
 }
 
-RunResult runOnStaticPage(const PageSource &source, const RunnableQuery &query)
+// Whatever goes wrong with one page is that page's error: the others still give their results,
+// and nothing escapes a worker thread.
+template<typename Load>
+RunResult runOnPage(const PageSource &source, const RunnableQuery &query, Load load)
 {
+    const auto pageError = [&](const QString &message) { return failed(source.name, QStringLiteral("page-error"), message); };
     try {
-        const DocumentPtr document = readStaticDocument(source);
-        const WildcardMatcher matcher;
-        RunResult result = EvaluateQuery(*document, query, matcher);
+        const DocumentPtr document = load(source);
+        RunResult result = EvaluateQuery(*document, query, WildcardMatcher());
         result.page = source.name;
         return result;
     } catch (const PageError &error) {
-        return failed(source.name, QStringLiteral("page-error"), error.message());
+        return pageError(error.message());
+    } catch (const RuntimeError &error) {
+        return pageError(runtimeErrorText(error));
+    } catch (const std::bad_alloc &) {
+        return pageError(QStringLiteral("not enough memory to read the page"));
+    } catch (const std::exception &error) {
+        return pageError(QString::fromLocal8Bit(error.what()));
+    } catch (...) {
+        return pageError(QStringLiteral("the page could not be read"));
     }
+}
+
+RunResult runOnStaticPage(const PageSource &source, const RunnableQuery &query)
+{
+    return runOnPage(source, query, readStaticDocument);
 }
 
 QList<RunResult> runPages(const Options &options, const QList<PageSource> &sources, const RunnableQuery &query)
@@ -118,21 +161,37 @@ QList<RunResult> runPages(const Options &options, const QList<PageSource> &sourc
     if (options.engine == Engine::Browser) {
         BrowserLoader loader;
         QList<RunResult> results;
-        for (const PageSource &source : sources) {
-            try {
-                const WildcardMatcher matcher;
-                RunResult result = EvaluateQuery(*loader.load(source), query, matcher);
-                result.page = source.name;
-                results.append(result);
-            } catch (const PageError &error) {
-                results.append(failed(source.name, QStringLiteral("page-error"), error.message()));
-            }
-        }
+        for (const PageSource &source : sources)
+            results.append(runOnPage(source, query, [&](const PageSource &page) { return loader.load(page); }));
         return results;
     }
     QThreadPool pool;
     pool.setMaxThreadCount(options.jobs);
     return QtConcurrent::blockingMapped(&pool, sources, [&](const PageSource &source) { return runOnStaticPage(source, query); });
+}
+
+// One line per page: backslashes and line breaks are escaped as \\, \n and \r.
+QString oneLine(const QString &text)
+{
+    QString line;
+    line.reserve(text.size());
+    for (const QChar c : text) {
+        if (c == u'\\')
+            line += QStringLiteral("\\\\");
+        else if (c == u'\n')
+            line += QStringLiteral("\\n");
+        else if (c == u'\r')
+            line += QStringLiteral("\\r");
+        else
+            line += c;
+    }
+    return line;
+}
+
+void printLine(const QByteArray &line)
+{
+    std::fwrite(line.constData(), 1, size_t(line.size()), stdout);
+    std::fputc('\n', stdout);
 }
 
 QString shortened(const QString &text, int width)
@@ -197,11 +256,18 @@ int runCommandMain(int argc, char *argv[])
         app = std::make_unique<QCoreApplication>(argc, argv);
     }
 
+    if (options.jobs > mostJobs()) {
+        if (options.jobsGiven)
+            printError(QStringLiteral("--jobs %1 is more than this machine reads at once; %2 are used").arg(options.jobs).arg(mostJobs()));
+        options.jobs = mostJobs();
+    }
+
     RunnableQuery query;
     QList<PageSource> sources;
     try {
         const QueryFile file = QueryFile::load(options.queryPath);
-        query = RunnableQuery::from(file, options.values);
+        const auto address = options.pages.isEmpty() ? RunnableQuery::Address::Read : RunnableQuery::Address::Unused;
+        query = RunnableQuery::from(file, options.values, QFileInfo(options.queryPath).absolutePath(), address);
         if (options.pages.isEmpty()) {
             if (query.url.isEmpty())
                 throw RunError(QStringLiteral("give the pages to read: the query has no address"));
@@ -216,8 +282,8 @@ int runCommandMain(int argc, char *argv[])
     } catch (const RunError &error) {
         printError(error.message());
         return BadArguments;
-    } catch (const PageError &error) {
-        printError(error.message());
+    } catch (const std::exception &error) {
+        printError(QStringLiteral("cannot read the query %1: %2").arg(options.queryPath, QString::fromLocal8Bit(error.what())));
         return BadArguments;
     }
 
@@ -231,10 +297,11 @@ int runCommandMain(int argc, char *argv[])
             std::fprintf(stderr, "%s: %s: %s\n", qPrintable(result.page), qPrintable(result.reason), qPrintable(result.message));
         if (options.check)
             continue;
+        // A page without a result still has its line, an empty one: the lines stay the pages'.
         if (options.format == Format::Json)
-            std::printf("%s\n", QJsonDocument(result.toJson()).toJson(QJsonDocument::Compact).constData());
-        else if (result.succeeded())
-            std::printf("%s\n", result.text.toUtf8().constData());
+            printLine(QJsonDocument(result.toJson()).toJson(QJsonDocument::Compact));
+        else
+            printLine(result.succeeded() ? oneLine(result.text).toUtf8() : QByteArray());
     }
     std::fflush(stdout);
     return allGaveResults ? AllGaveResults : SomeGaveNone;

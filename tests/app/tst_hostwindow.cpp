@@ -7,6 +7,7 @@
 #include <QLineEdit>
 #include <QPlainTextEdit>
 #include <QPushButton>
+#include <QStatusBar>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -19,7 +20,10 @@ private slots:
     void runShowsWhatTheExampleReturns();
     void closingWithChangesAsksFirst_data();
     void closingWithChangesAsksFirst();
+    void aBadFileChangesNothing_data();
     void aBadFileChangesNothing();
+    void openThenSaveKeepsEveryFilter();
+    void tooManyFiltersAreNotSaved();
 
 private:
     TestSettings m_settings;
@@ -67,22 +71,68 @@ void tst_HostWindow::closingWithChangesAsksFirst()
     QVERIFY2(script.done(), qPrintable(script.pending()));
 }
 
+void tst_HostWindow::aBadFileChangesNothing_data()
+{
+    QTest::addColumn<QByteArray>("json");
+    QTest::addColumn<QString>("message");
+    QByteArray manyFilters = R"({"Url1": "", "AllowNav2": false, "SearchText": "", "NodeOffset": 0, "ElemAttribs": ["a=1")";
+    manyFilters.append(QByteArray(R"(, "a=1")").repeated(39999) + "]}");
+    QTest::newRow("a wrong type") << QByteArray("{\"Url1\": 5}") << QStringLiteral("bad.json");
+    QTest::newRow("more filters than the control's 16-bit index") << manyFilters << QStringLiteral("\"ElemAttribs\" holds 40,000 filters; a query holds at most 32,767");
+}
+
 void tst_HostWindow::aBadFileChangesNothing()
 {
+    QFETCH(QByteArray, json);
+    QFETCH(QString, message);
     QTemporaryDir dir;
     const QString path = dir.filePath(QStringLiteral("bad.json"));
     QFile file(path);
     QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write("{\"Url1\": 5}");
+    file.write(json);
     file.close();
     ScriptedDialogs script;
     script.answerMessageBox(Dialogs::OK);
     HostWindow window;
     QVERIFY(window.openFile(QStringLiteral(TAMBERLINE_EXAMPLES_DIR "/query.json")));
-    const QString before = window.control().Url1();
+    const QueryFile before = QueryFile::readFrom(window.control());
     QVERIFY(!window.openFile(path));
-    QCOMPARE(window.control().Url1(), before);
-    QVERIFY(script.messageBoxes().first().text.contains(QStringLiteral("bad.json")));
+    QCOMPARE(QueryFile::readFrom(window.control()), before);
+    QVERIFY2(script.messageBoxes().first().text.contains(message), qPrintable(script.messageBoxes().first().text));
+}
+
+void tst_HostWindow::openThenSaveKeepsEveryFilter()
+{
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("query.json"));
+    QueryFile query;
+    query.SearchText = QStringLiteral("x");
+    query.ElemAttribs = {QStringLiteral("a=1"), QStringLiteral("  "), QStringLiteral("b=2"), QString()};
+    query.save(path);
+    HostWindow window;
+    QVERIFY(window.openFile(path));
+    QVERIFY(!window.isModified());
+    // No search reads b=2: the user is told so, and the file keeps it.
+    QVERIFY2(window.statusBar()->currentMessage().contains(QStringLiteral("Filter 2 is blank: no search reads the 1 filter")),
+             qPrintable(window.statusBar()->currentMessage()));
+    QVERIFY(window.saveFile(path));
+    QCOMPARE(QueryFile::load(path).ElemAttribs, query.ElemAttribs);
+}
+
+void tst_HostWindow::tooManyFiltersAreNotSaved()
+{
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("query.json"));
+    ScriptedDialogs script;
+    script.answerMessageBox(Dialogs::OK);
+    HostWindow window;
+    QVERIFY(window.openFile(QStringLiteral(TAMBERLINE_EXAMPLES_DIR "/query.json")));
+    // A list the control walks only up to its 16-bit index, pasted in.
+    window.findChild<QPlainTextEdit *>(QStringLiteral("txtElemAttribs"))->setPlainText(QStringLiteral("a=1\n").repeated(40000));
+    QVERIFY(window.isModified());
+    QVERIFY(!window.saveFile(path));
+    QVERIFY(!QFileInfo::exists(path));
+    QVERIFY2(script.messageBoxes().first().text.contains(QStringLiteral("at most 32,767")), qPrintable(script.messageBoxes().first().text));
 }
 
 QTEST_MAIN(tst_HostWindow)

@@ -10,6 +10,8 @@
 #include <QtTest>
 
 #include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -33,13 +35,40 @@ struct Run {
     QByteArray err;
 };
 
-Run runTamberline(const QStringList &arguments, const QByteArray &input = {})
+// Where the program's standard input comes from: the bytes given, a file, or the endless
+// output of yes.
+const QString FromYes = QStringLiteral("|yes");
+
+Run runTamberline(const QStringList &arguments, const QByteArray &input = {}, const QString &inputFile = {},
+                  const QString &folder = {})
 {
+    QProcess yes;
     QProcess process;
+    process.setWorkingDirectory(folder);
+    if (inputFile == FromYes) {
+        yes.setStandardOutputProcess(&process);
+        yes.start(QStringLiteral("yes"), QStringList{});
+    } else if (!inputFile.isEmpty()) {
+        process.setStandardInputFile(inputFile);
+    }
+    // The browser's engine reserves far more address space than it uses; the static reader
+    // must keep within 1 GB whatever it is given, and within few files.
+    if (!arguments.contains(QStringLiteral("browser"))) {
+        process.setChildProcessModifier([] {
+            const rlimit memory{rlim_t(1) << 30, rlim_t(1) << 30};
+            const rlimit files{64, 64};
+            setrlimit(RLIMIT_AS, &memory);
+            setrlimit(RLIMIT_NOFILE, &files);
+        });
+    }
     process.start(QStringLiteral(TAMBERLINE_PROGRAM), arguments);
-    process.write(input);
-    process.closeWriteChannel();
-    process.waitForFinished(60000);
+    if (inputFile.isEmpty()) {
+        process.write(input);
+        process.closeWriteChannel();
+    }
+    process.waitForFinished(120000);
+    yes.kill();
+    yes.waitForFinished();
     return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1, process.readAllStandardOutput(),
             process.readAllStandardError()};
 }
@@ -72,15 +101,31 @@ private slots:
     void badArgumentsAndQueries();
     void checkPrintsATable();
     void aHugePageThroughTheCommand();
+    void hostileInputs_data();
+    void hostileInputs();
 
 private:
+    QString file(const QString &name, const QByteArray &content);
+
     QTemporaryDir m_dir;
     QString m_query;
     QString m_page;
+    QString m_fifo;
 };
+
+QString tst_RunCommand::file(const QString &name, const QByteArray &content)
+{
+    const QString path = m_dir.filePath(name);
+    QFile out(path);
+    if (!out.open(QIODevice::WriteOnly | QIODevice::Truncate) || out.write(content) != content.size())
+        qFatal("cannot write %s", qPrintable(path));
+    return path;
+}
 
 void tst_RunCommand::initTestCase()
 {
+    m_fifo = m_dir.filePath(QStringLiteral("fifo.html"));
+    QCOMPARE(mkfifo(QFile::encodeName(m_fifo).constData(), 0600), 0);
     m_page = m_dir.filePath(QStringLiteral("shop.html"));
     QFile page(m_page);
     QVERIFY(page.open(QIODevice::WriteOnly));
@@ -102,19 +147,23 @@ void tst_RunCommand::evaluation_data()
     QTest::addColumn<QString>("returnedText");
     QTest::addColumn<int>("matches");
     QTest::addColumn<QString>("reason");
+    QTest::addColumn<QString>("cutReason"); // the page as read in part, for this reason
     const QStringList item{QStringLiteral("class=item")};
-    QTest::newRow("found and returned") << QStringLiteral("pears") << 1 << item << 10 << 11 << QStringLiteral("0.95") << 1 << QString();
+    QTest::newRow("found and returned") << QStringLiteral("pears") << 1 << item << 10 << 11 << QStringLiteral("0.95") << 1 << QString() << QString();
     QTest::newRow("several matches: an ambiguous anchor") << QStringLiteral("*") << 0 << item << 7 << 7 << QStringLiteral("Apples") << 2
-                                                          << QString();
+                                                          << QString() << QString();
     QTest::newRow("neither text nor filters: the root, index 0") << QString() << 3 << QStringList{} << 0 << 3
-                                                                 << QStringLiteral("Prices") << 12 << QString();
-    QTest::newRow("no match") << QStringLiteral("plums") << 0 << item << -1 << -1 << QString() << 0 << QStringLiteral("no-match");
+                                                                 << QStringLiteral("Prices") << 12 << QString() << QString();
+    QTest::newRow("no match") << QStringLiteral("plums") << 0 << item << -1 << -1 << QString() << 0 << QStringLiteral("no-match") << QString();
     QTest::newRow("offset past the end") << QStringLiteral("pears") << 5 << item << 10 << -1 << QString() << 1
-                                         << QStringLiteral("offset-out-of-range");
+                                         << QStringLiteral("offset-out-of-range") << QString();
     QTest::newRow("offset before the start") << QStringLiteral("pears") << -11 << item << 10 << -1 << QString() << 1
-                                             << QStringLiteral("offset-out-of-range");
+                                             << QStringLiteral("offset-out-of-range") << QString();
     QTest::newRow("a filter no element can be tested with")
-        << QString() << 0 << QStringList{QStringLiteral("ParentTag=TR")} << -1 << -1 << QString() << 0 << QStringLiteral("bad-query");
+        << QString() << 0 << QStringList{QStringLiteral("ParentTag=TR")} << -1 << -1 << QString() << 0 << QStringLiteral("bad-query") << QString();
+    QTest::newRow("a page read in part gives no answer")
+        << QStringLiteral("pears") << 1 << item << -1 << -1 << QString() << 0 << QStringLiteral("page-error")
+        << QStringLiteral("the snapshot took longer than 10 s");
 }
 
 void tst_RunCommand::evaluation()
@@ -127,8 +176,16 @@ void tst_RunCommand::evaluation()
     QFETCH(QString, returnedText);
     QFETCH(int, matches);
     QFETCH(QString, reason);
-    const DocumentPtr document = parseHtmlDocument(shop, QStringLiteral("file:///shop.html"));
+    QFETCH(QString, cutReason);
+    DocumentPtr document = parseHtmlDocument(shop, QStringLiteral("file:///shop.html"));
+    if (!cutReason.isEmpty()) {
+        auto cut = std::make_shared<Document>(*document);
+        cut->cut = true;
+        cut->cutReason = cutReason;
+        document = cut;
+    }
     const RunResult result = EvaluateQuery(*document, query(text, offset, filters), WildcardMatcher());
+    QVERIFY2(result.message.contains(cutReason), qPrintable(result.message));
     QCOMPARE(result.found, found);
     QCOMPARE(result.returned, returned);
     QCOMPARE(result.text, returnedText);
@@ -160,7 +217,7 @@ void tst_RunCommand::markersFromSetValues()
     QueryFile file;
     file.Url1 = QStringLiteral("http://shop/%Region%/%item%");
     file.SearchText = QStringLiteral("%ITEM%*");
-    file.ElemAttribs = {QStringLiteral("a=1"), QString(), QStringLiteral("b=2")};
+    file.ElemAttribs = {QStringLiteral("a=1"), QStringLiteral("  "), QStringLiteral("b=2")};
     const RunnableQuery runnable = RunnableQuery::from(file, {{QStringLiteral("region"), QStringLiteral("north")},
                                                               {QStringLiteral("item"), QStringLiteral("42")}});
     QCOMPARE(runnable.url, QStringLiteral("http://shop/north/42"));
@@ -203,8 +260,8 @@ void tst_RunCommand::jsonAndExitStatus()
 
 void tst_RunCommand::standardInputAndText()
 {
-    const Run run = runTamberline({QStringLiteral("run"), m_query, QStringLiteral("-"), QStringLiteral("--set"),
-                                   QStringLiteral("region=n"), QStringLiteral("--set"), QStringLiteral("fruit=apples")},
+    // With pages given the address is not read, and its %region% needs no value.
+    const Run run = runTamberline({QStringLiteral("run"), m_query, QStringLiteral("-"), QStringLiteral("--set"), QStringLiteral("fruit=apples")},
                                   shop);
     QCOMPARE(run.status, 0);
     QCOMPARE(run.out, QByteArray("1.20\n"));
@@ -277,6 +334,108 @@ void tst_RunCommand::aHugePageThroughTheCommand()
     rusage usage{};
     getrusage(RUSAGE_CHILDREN, &usage);
     QVERIFY2(usage.ru_maxrss < 1024 * 1024, qPrintable(QStringLiteral("%1 kB").arg(usage.ru_maxrss)));
+}
+
+void tst_RunCommand::hostileInputs_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QByteArray>("input");
+    QTest::addColumn<QString>("inputFile");
+    QTest::addColumn<int>("status");
+    QTest::addColumn<QByteArray>("output"); // one line per page, an empty one without a result
+    QTest::addColumn<QString>("message");
+    const QStringList set{QStringLiteral("--set"), QStringLiteral("region=n"), QStringLiteral("--set"), QStringLiteral("fruit=Pears")};
+    const auto run = [&](const QStringList &pages) { return QStringList{QStringLiteral("run"), m_query} + pages + set; };
+    const auto query = [&](const QString &path) { return QStringList{QStringLiteral("run"), path, m_page} + set; };
+    const QString zero = QStringLiteral("/dev/zero");
+    const QString folder = m_dir.filePath(QStringLiteral("folder"));
+    QDir().mkpath(folder);
+    const QString hugePage = file(QStringLiteral("huge-page.html"), {});
+    const QString hugeQuery = file(QStringLiteral("huge-query.json"), {});
+    QVERIFY(QFile::resize(hugePage, qint64(1) << 30) && QFile::resize(hugeQuery, qint64(1) << 30)); // sparse
+    const QString loop = m_dir.filePath(QStringLiteral("loop.html"));
+    QFile::link(loop, loop);
+    QByteArray garbage(4096, Qt::Uninitialized);
+    for (qsizetype i = 0; i < garbage.size(); ++i)
+        garbage[i] = char((i * 7919 + 13) % 251);
+    QByteArray manyFilters = R"({"Url1": "", "AllowNav2": false, "SearchText": "x", "NodeOffset": 0, "ElemAttribs": [)";
+    for (int i = 0; i < 40000; ++i)
+        manyFilters.append(i == 0 ? "\"a=1\"" : ",\"a=1\"");
+    manyFilters.append("]}");
+    QByteArray bigPage = shop;
+    bigPage.insert(bigPage.indexOf("</body>"), "<!--" + QByteArray(3 * 1024 * 1024, 'x') + "-->");
+    const QByteArray lines = R"(<table><tr><td class="item">Pears</td><td>0.95<br>per\kg</td></tr></table>)";
+    const QByteArray none;
+    const QByteArray pears = "0.95\n";
+
+    QTest::newRow("a device among pages") << run({zero, m_page}) << none << QString() << 1 << "\n" + pears
+                                          << QStringLiteral("/dev/zero is a device");
+    QTest::newRow("endless standard input from a pipe") << run({QStringLiteral("-")}) << none << FromYes << 1 << QByteArray("\n")
+                                                        << QStringLiteral("standard input is longer than 67,108,864 bytes");
+    QTest::newRow("standard input from a device") << run({QStringLiteral("-")}) << none << zero << 1 << QByteArray("\n")
+                                                  << QStringLiteral("standard input is longer than 67,108,864 bytes");
+    QTest::newRow("a file of 1 GB") << run({hugePage, m_page}) << none << QString() << 1 << "\n" + pears
+                                    << QStringLiteral("longer than 67,108,864 bytes");
+    QTest::newRow("a folder") << run({folder}) << none << QString() << 1 << QByteArray("\n") << QStringLiteral("is a folder");
+    QTest::newRow("a folder in the browser") << run({folder, QStringLiteral("--engine"), QStringLiteral("browser")}) << none
+                                             << QString() << 1 << QByteArray("\n") << QStringLiteral("is a folder");
+    QTest::newRow("a FIFO") << run({m_fifo}) << none << QString() << 0 << pears << QString();
+    QTest::newRow("a page of one NUL byte") << run({QStringLiteral("-")}) << QByteArray(1, '\0') << QString() << 1
+                                            << QByteArray("\n") << QStringLiteral("no-match");
+    QTest::newRow("an empty file") << run({file(QStringLiteral("empty.html"), {})}) << none << QString() << 1 << QByteArray("\n")
+                                   << QStringLiteral("no-match");
+    QTest::newRow("binary garbage") << run({file(QStringLiteral("garbage.bin"), garbage)}) << none << QString() << 1
+                                    << QByteArray("\n") << QStringLiteral("no-match");
+    QTest::newRow("a link to itself") << run({loop, m_page}) << none << QString() << 1 << "\n" + pears << QStringLiteral("cannot read");
+    QTest::newRow("a missing file among good ones")
+        << run({m_page, m_dir.filePath(QStringLiteral("missing.html")), m_page}) << none << QString() << 1 << pears + "\n" + pears
+        << QStringLiteral("missing.html");
+    file(QStringLiteral("ab:c.html"), shop);
+    QTest::newRow("a file named like an address") << run({QStringLiteral("ab:c.html"), m_page}) << none << QString() << 0
+                                                  << pears + pears << QString();
+    QTest::newRow("an unknown scheme among good pages") << run({QStringLiteral("gopher://x/y"), m_page}) << none << QString() << 1
+                                                        << "\n" + pears << QStringLiteral("gopher:");
+    QTest::newRow("more jobs than the machine runs")
+        << run(QStringList(300, m_page) + QStringList{QStringLiteral("--jobs"), QStringLiteral("100000")}) << none << QString() << 0
+        << pears.repeated(300) << QStringLiteral("--jobs 100000 is more");
+    QTest::newRow("a text of several lines") << run({QStringLiteral("-")}) << lines << QString() << 0
+                                             << QByteArray("0.95\\nper\\\\kg\n") << QString();
+    QTest::newRow("a marker in the address's file name")
+        << QStringList{QStringLiteral("run"), file(QStringLiteral("marked.json"), R"({"Url1": "%page%.html", "AllowNav2": false,
+               "SearchText": "%fruit%", "NodeOffset": 1, "ElemAttribs": ["class=item"]})"),
+                       QStringLiteral("--set"), QStringLiteral("page=shop"), QStringLiteral("--set"), QStringLiteral("fruit=Pears")}
+        << none << QString() << 0 << pears << QString();
+    QTest::newRow("standard input over 2 MB in the browser")
+        << run({QStringLiteral("-"), QStringLiteral("--engine"), QStringLiteral("browser")}) << bigPage << QString() << 0 << pears << QString();
+    QTest::newRow("standard input twice") << run({QStringLiteral("-"), QStringLiteral("-")}) << none << QString() << 2 << none
+                                          << QStringLiteral("give - as one page only");
+    QTest::newRow("check with --format") << QStringList{QStringLiteral("check"), m_query, m_page, QStringLiteral("--format"),
+                                                        QStringLiteral("json")} + set
+                                         << none << QString() << 2 << none << QStringLiteral("--format is for run");
+    QTest::newRow("the query is a folder") << query(folder) << none << QString() << 2 << none << QStringLiteral("is a folder");
+    QTest::newRow("the query is a device") << query(zero) << none << QString() << 2 << none << QStringLiteral("is a device");
+    QTest::newRow("a query file of 1 GB") << query(hugeQuery) << none << QString() << 2 << none
+                                          << QStringLiteral("longer than 16,777,216 bytes");
+    QTest::newRow("a query of 40,000 filters") << query(file(QStringLiteral("filters.json"), manyFilters)) << none << QString() << 2
+                                               << none << QStringLiteral("\"ElemAttribs\" holds 40,000 filters; a query holds at most 32,767");
+}
+
+void tst_RunCommand::hostileInputs()
+{
+    QFETCH(QStringList, arguments);
+    QFETCH(QByteArray, input);
+    QFETCH(QString, inputFile);
+    QFETCH(int, status);
+    QFETCH(QByteArray, output);
+    QFETCH(QString, message);
+    QProcess feeder; // the FIFO's writer
+    if (arguments.contains(m_fifo))
+        feeder.start(QStringLiteral("sh"), {QStringLiteral("-c"), QStringLiteral("cat \"$0\" > \"$1\""), m_page, m_fifo});
+    const Run run = runTamberline(arguments, input, inputFile, m_dir.path());
+    feeder.waitForFinished(5000);
+    QVERIFY2(run.status == status, qPrintable(QStringLiteral("status %1: %2").arg(run.status).arg(QString::fromUtf8(run.err))));
+    QCOMPARE(run.out, output);
+    QVERIFY2(QString::fromUtf8(run.err).contains(message), run.err.constData());
 }
 
 QTEST_GUILESS_MAIN(tst_RunCommand)
