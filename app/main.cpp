@@ -1,3 +1,4 @@
+#include "control/editorapplication.h"
 #include "hostwindow.h"
 #include "runcommand.h"
 #include "platform/webpage.h"
@@ -29,10 +30,11 @@ int main(int argc, char *argv[])
     if (argc > 1 && (std::strcmp(argv[1], "run") == 0 || std::strcmp(argv[1], "check") == 0))
         return runCommandMain(argc, argv);
 
-    const QString sandboxProblem = browserSandboxProblem();
-    if (!sandboxProblem.isEmpty()) {
-        std::fprintf(stderr, "tamberline: %s\n", qPrintable(sandboxProblem));
-        return 1;
+    for (const QString &problem : {windowSystemProblem(), browserSandboxProblem()}) {
+        if (!problem.isEmpty()) {
+            std::fprintf(stderr, "tamberline: %s\n", qPrintable(problem));
+            return 1;
+        }
     }
     QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
     QApplication app(argc, argv);

@@ -73,9 +73,9 @@ std::optional<QByteArray> startablePlatform(QString *problem)
             return candidate.toLocal8Bit();
     }
     *problem = requested.isEmpty()
-        ? QStringLiteral("No window system to open the editor on: no X server answers at DISPLAY "
+        ? QStringLiteral("No window system to open a window on: no X server answers at DISPLAY "
                          "and there is no Wayland socket. ")
-        : QStringLiteral("No window system to open the editor on: no platform of QT_QPA_PLATFORM=\"%1\" "
+        : QStringLiteral("No window system to open a window on: no platform of QT_QPA_PLATFORM=\"%1\" "
                          "can start. ").arg(requested);
     *problem += NoWindowSystemAdvice;
     return std::nullopt;
@@ -98,6 +98,13 @@ void createApplication()
 }
 
 } // namespace
+
+QString windowSystemProblem()
+{
+    QString problem;
+    startablePlatform(&problem);
+    return problem;
+}
 
 void prepareEditorApplication(const QObject &control)
 {

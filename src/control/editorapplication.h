@@ -1,5 +1,7 @@
 #pragma once
 
+#include <QString>
+
 class QObject;
 
 // Readies the calling thread for an editor window of the control, or throws RuntimeError 5
@@ -8,3 +10,6 @@ class QObject;
 // the process's main thread, once a window system can start, because Qt ends the whole process
 // when its platform plugin fails.
 void prepareEditorApplication(const QObject &control);
+
+// Why no window can open here, or empty when one can: Qt would end the process instead.
+QString windowSystemProblem();

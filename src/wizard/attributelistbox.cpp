@@ -50,4 +50,11 @@ void showSelected(const QListWidget *list, QLineEdit *nameBox, QLineEdit *valueB
     }
 }
 
+void linkBoxes(QListWidget *list, QLineEdit *nameBox, QLineEdit *valueBox)
+{
+    const auto show = [=] { showSelected(list, nameBox, valueBox); };
+    QObject::connect(list, &QListWidget::itemClicked, nameBox, show);
+    QObject::connect(list, &QListWidget::itemSelectionChanged, nameBox, show);
+}
+
 } // namespace AttributeListBox

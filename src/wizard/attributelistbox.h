@@ -18,5 +18,8 @@ void removeSelected(QListWidget *list);
 
 // The selected entry split into the two boxes; an entry without "=" leaves them as they are.
 void showSelected(const QListWidget *list, QLineEdit *nameBox, QLineEdit *valueBox);
+// Shows the selected entry in the boxes whenever it is clicked or the selection moves (the
+// arrow keys move it too).
+void linkBoxes(QListWidget *list, QLineEdit *nameBox, QLineEdit *valueBox);
 
 } // namespace AttributeListBox

@@ -16,8 +16,7 @@ frmAddProp::frmAddProp(QWidget *parent)
     selectAllOnFocus(ui->txtPropValue);
     connect(ui->cmdAddProp, &QPushButton::clicked, this, &frmAddProp::cmdAddProp_Click);
     connect(ui->cmdRemoveProp, &QPushButton::clicked, this, [this] { AttributeListBox::removeSelected(ui->lstProps); });
-    connect(ui->lstProps, &QListWidget::itemClicked, this,
-            [this] { AttributeListBox::showSelected(ui->lstProps, ui->txtPropName, ui->txtPropValue); });
+    AttributeListBox::linkBoxes(ui->lstProps, ui->txtPropName, ui->txtPropValue);
     connect(ui->cmdFinish, &QPushButton::clicked, this, [this] {
         m_confirmed = true;
         hide();

@@ -61,8 +61,7 @@ frmWizard::frmWizard(QWidget *parent)
     });
     connect(ui->cmdAddProp, &QPushButton::clicked, this, &frmWizard::cmdAddProp_Click);
     connect(ui->cmdRemoveProp, &QPushButton::clicked, this, [this] { AttributeListBox::removeSelected(ui->lstProps); });
-    connect(ui->lstProps, &QListWidget::itemClicked, this,
-            [this] { AttributeListBox::showSelected(ui->lstProps, ui->txtPropName, ui->txtPropValue); });
+    AttributeListBox::linkBoxes(ui->lstProps, ui->txtPropName, ui->txtPropValue);
 }
 
 frmWizard::~frmWizard() = default;

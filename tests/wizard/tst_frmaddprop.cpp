@@ -135,34 +135,45 @@ void tst_FrmAddProp::buttonsAndClicks()
     QCOMPARE(child<QLineEdit>(&dialog, "txtPropName")->text(), QStringLiteral("a"));
     QCOMPARE(child<QLineEdit>(&dialog, "txtPropValue")->text(), QStringLiteral("b=c"));
 
+    // Arrow keys through the list fill the boxes as clicks do.
+    dialog.SetAttributeLine(-1, QStringLiteral("x=1"));
+    QTest::keyClick(list, Qt::Key_Down);
+    QCOMPARE(child<QLineEdit>(&dialog, "txtPropName")->text(), QStringLiteral("a")); // "plain": nothing changes
+    QTest::keyClick(list, Qt::Key_Down);
+    QCOMPARE(child<QLineEdit>(&dialog, "txtPropName")->text(), QStringLiteral("x"));
+    QCOMPARE(child<QLineEdit>(&dialog, "txtPropValue")->text(), QStringLiteral("1"));
+    QTest::keyClick(list, Qt::Key_Up);
+    QTest::keyClick(list, Qt::Key_Up);
+
     click(&dialog, "cmdRemoveProp");
-    QCOMPARE(dialog.lines(), QStringList{QStringLiteral("plain")});
+    QCOMPARE(dialog.lines(), (QStringList{QStringLiteral("plain"), QStringLiteral("x=1")}));
     list->clearSelection();
     click(&dialog, "cmdRemoveProp");
-    QCOMPARE(dialog.lines(), QStringList{QStringLiteral("plain")});
+    QCOMPARE(dialog.lines(), (QStringList{QStringLiteral("plain"), QStringLiteral("x=1")}));
     QVERIFY2(script.done(), qPrintable(script.pending()));
 }
 
 void tst_FrmAddProp::editProperties_data()
 {
     QTest::addColumn<QStringList>("stored");
-    QTest::addColumn<bool>("accept");
+    QTest::addColumn<QString>("close"); // the button pressed, or "Escape"
     QTest::addColumn<QStringList>("shown");
     QTest::addColumn<QStringList>("after");
     const QStringList two{QStringLiteral("a=1"), QStringLiteral("b=2")};
-    QTest::newRow("cancelled changes nothing") << two << false << two << two;
-    QTest::newRow("accepted rebuilds the list") << two << true << two
+    QTest::newRow("cancelled changes nothing") << two << QStringLiteral("cmdCancel") << two << two;
+    QTest::newRow("Escape cancels") << two << QStringLiteral("Escape") << two << two;
+    QTest::newRow("accepted rebuilds the list") << two << QStringLiteral("cmdFinish") << two
                                                 << QStringList{QStringLiteral("b=2"), QStringLiteral("a=9")};
-    QTest::newRow("accepted empty list clears") << QStringList{} << true << QStringList{} << QStringList{QStringLiteral("a=9")};
+    QTest::newRow("accepted empty list clears") << QStringList{} << QStringLiteral("cmdFinish") << QStringList{} << QStringList{QStringLiteral("a=9")};
     QTest::newRow("a blank entry hides the rest")
-        << QStringList{QStringLiteral("a=1"), QStringLiteral(" "), QStringLiteral("c=3")} << false
+        << QStringList{QStringLiteral("a=1"), QStringLiteral(" "), QStringLiteral("c=3")} << QStringLiteral("cmdCancel")
         << QStringList{QStringLiteral("a=1")} << QStringList{QStringLiteral("a=1"), QStringLiteral(" "), QStringLiteral("c=3")};
 }
 
 void tst_FrmAddProp::editProperties()
 {
     QFETCH(QStringList, stored);
-    QFETCH(bool, accept);
+    QFETCH(QString, close);
     QFETCH(QStringList, shown);
     QFETCH(QStringList, after);
     ScriptedDialogs script;
@@ -177,9 +188,12 @@ void tst_FrmAddProp::editProperties()
         type(editor, "txtPropName", QStringLiteral("a"));
         type(editor, "txtPropValue", QStringLiteral("9"));
         click(editor, "cmdAddProp");
-        click(editor, accept ? "cmdFinish" : "cmdCancel");
+        if (close == u"Escape")
+            QTest::keyClick(child<QLineEdit>(editor, "txtPropValue"), Qt::Key_Escape);
+        else
+            click(editor, qPrintable(close));
     });
-    QCOMPARE(control.EditProperties(), accept);
+    QCOMPARE(control.EditProperties(), close == u"cmdFinish");
     QVERIFY2(script.done(), qPrintable(script.pending()));
     QCOMPARE(seen, shown);
     QCOMPARE(control.storedAttribs(), after);
