@@ -1,7 +1,7 @@
 #include "browserloader.h"
 
 #include "limitedread.h"
-#include "platform/webpage.h"
+#include "browser/webpage.h"
 
 #include <QDir>
 #include <QEventLoop>

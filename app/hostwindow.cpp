@@ -4,7 +4,7 @@
 #include "platform/dialogs.h"
 #include "platform/handlerguard.h"
 #include "platform/runtimeerror.h"
-#include "platform/textrules.h"
+#include "document/textrules.h"
 #include "pagesource.h"
 #include "parser/wildcardmatcher.h"
 #include "queryrunner.h"

@@ -1,7 +1,7 @@
 #include "control/editorapplication.h"
 #include "hostwindow.h"
 #include "runcommand.h"
-#include "platform/webpage.h"
+#include "browser/webpage.h"
 
 #include <QApplication>
 #include <QCommandLineParser>

@@ -1,8 +1,8 @@
 #include "pagesource.h"
 
 #include "limitedread.h"
-#include "platform/gumbodocument.h"
-#include "platform/pagereaderror.h"
+#include "html/gumbodocument.h"
+#include "html/pagereaderror.h"
 
 #include <QEventLoop>
 #include <QFileInfo>

@@ -5,7 +5,7 @@
 #include "parser/wildcardmatcher.h"
 #include "platform/dialogs.h"
 #include "platform/runtimeerror.h"
-#include "platform/textrules.h"
+#include "document/textrules.h"
 #include "substitution/controlvariables.h"
 #include "substitution/examplevaluecache.h"
 

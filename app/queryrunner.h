@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/document.h"
+#include "document/document.h"
 #include "queryfile.h"
 
 #include <QHash>

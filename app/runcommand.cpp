@@ -5,7 +5,7 @@
 #include "parser/wildcardmatcher.h"
 #include "platform/handlerguard.h"
 #include "platform/runtimeerror.h"
-#include "platform/webpage.h"
+#include "browser/webpage.h"
 #include "queryrunner.h"
 
 #include <QApplication>

@@ -1,7 +1,7 @@
 // Where the time of a run goes on real pages: gumbo's own parse, the snapshot built from it,
 // and the query's evaluation. Prints shares; the corpus folder is the argument.
 #include "parser/wildcardmatcher.h"
-#include "platform/gumbodocument.h"
+#include "html/gumbodocument.h"
 #include "queryrunner.h"
 
 #include <QCoreApplication>

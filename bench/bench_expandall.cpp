@@ -5,7 +5,7 @@
 #include "parser/documenttree.h"
 #include "parser/nodetree.h"
 #include "parser/treewalks.h"
-#include "platform/gumbodocument.h"
+#include "html/gumbodocument.h"
 
 #include <QApplication>
 #include <QElapsedTimer>

@@ -2,9 +2,9 @@
 // on the example pages.
 // Usage: bench_gumbo [folder of .html files]
 
-#include "platform/gumbodocument.h"
-#include "platform/nestingscan.h"
-#include "platform/pagereaderror.h"
+#include "html/gumbodocument.h"
+#include "html/nestingscan.h"
+#include "html/pagereaderror.h"
 
 #include <QDir>
 #include <QElapsedTimer>

@@ -3,8 +3,8 @@
 #include "pagegenerator.h"
 #include "parser/documenttree.h"
 #include "parser/nodetree.h"
-#include "platform/browsersnapshot.h"
-#include "platform/webpage.h"
+#include "browser/browsersnapshot.h"
+#include "browser/webpage.h"
 
 #include <QApplication>
 #include <QElapsedTimer>

@@ -1,7 +1,7 @@
 #include "attribwalk.h"
 
 #include "platform/boundarytypes.h"
-#include "platform/textrules.h"
+#include "document/textrules.h"
 #include "tamberlinecontrol.h"
 
 #include <algorithm>

@@ -7,7 +7,7 @@
 #include "platform/conversions.h"
 #include "platform/dialogs.h"
 #include "platform/runtimeerror.h"
-#include "platform/webpage.h"
+#include "browser/webpage.h"
 #include "wizard/editattributefilters.h"
 #include "wizard/frmwizard.h"
 

@@ -1,6 +1,6 @@
 #include "addresshistory.h"
 
-#include "platform/textrules.h"
+#include "document/textrules.h"
 
 bool AddressBox::documentCompleted(const QString &locationUrl)
 {

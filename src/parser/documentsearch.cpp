@@ -1,8 +1,8 @@
 #include "documentsearch.h"
 
 #include "platform/boundarytypes.h"
-#include "platform/textcase.h"
-#include "platform/textrules.h"
+#include "document/textcase.h"
+#include "document/textrules.h"
 #include "wildcardmatcher.h"
 
 namespace {

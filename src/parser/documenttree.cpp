@@ -3,7 +3,7 @@
 #include "nodekeys.h"
 #include "nodetree.h"
 #include "platform/boundarytypes.h"
-#include "platform/textrules.h"
+#include "document/textrules.h"
 
 #include <QTreeWidgetItem>
 

@@ -2,7 +2,7 @@
 
 #include "frmmain.h"
 #include "platform/dialogs.h"
-#include "platform/webpage.h"
+#include "browser/webpage.h"
 #include "ui_frmabort.h"
 #include "windowplacement.h"
 

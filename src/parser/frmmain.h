@@ -8,8 +8,8 @@
 #include "paneratios.h"
 #include "wildcardmatcher.h"
 #include "windowplacement.h"
-#include "platform/document.h"
-#include "platform/webpage.h"
+#include "document/document.h"
+#include "browser/webpage.h"
 
 #include <QMainWindow>
 #include <QWebEnginePage>

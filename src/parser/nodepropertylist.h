@@ -1,7 +1,7 @@
 #pragma once
 
 #include "control/tamberlinecontrol.h"
-#include "platform/document.h"
+#include "document/document.h"
 
 #include <QIcon>
 #include <QPointer>

@@ -3,8 +3,8 @@
 #include "control/attribwalk.h"
 #include "control/tamberlinecontrol.h"
 #include "platform/conversions.h"
-#include "platform/textcase.h"
-#include "platform/textrules.h"
+#include "document/textcase.h"
+#include "document/textrules.h"
 #include "substitution/controlvariables.h"
 
 namespace {

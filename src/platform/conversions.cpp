@@ -2,7 +2,7 @@
 
 #include "boundarytypes.h"
 #include "runtimeerror.h"
-#include "textrules.h"
+#include "document/textrules.h"
 
 #include <cmath>
 

@@ -1,6 +1,6 @@
 #include "attributelist.h"
 
-#include "platform/textrules.h"
+#include "document/textrules.h"
 
 namespace AttributeList {
 

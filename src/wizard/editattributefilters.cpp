@@ -5,7 +5,7 @@
 #include "frmaddprop.h"
 #include "platform/boundarytypes.h"
 #include "platform/dialogs.h"
-#include "platform/textrules.h"
+#include "document/textrules.h"
 
 bool EditAttributeFilters(Tamberline &control)
 {

@@ -1,6 +1,6 @@
 #include "wizardsteps.h"
 
-#include "platform/textrules.h"
+#include "document/textrules.h"
 
 WizardSteps::WizardSteps(int16_t count)
     : m_count(count)

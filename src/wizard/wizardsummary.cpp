@@ -1,6 +1,6 @@
 #include "wizardsummary.h"
 
-#include "platform/textrules.h"
+#include "document/textrules.h"
 #include "wizardoffset.h"
 
 QString buildWizardSummary(const WizardAnswers &answers)

@@ -1,5 +1,5 @@
 #include "parser/wildcardmatcher.h"
-#include "platform/gumbodocument.h"
+#include "html/gumbodocument.h"
 #include "queryrunner.h"
 
 #include <QJsonArray>

@@ -2,7 +2,7 @@
 
 #include "control/tamberlinecontrol.h"
 #include "parser/frmmain.h"
-#include "platform/webpage.h"
+#include "browser/webpage.h"
 #include "scripteddialogs.h"
 
 #include <QAction>

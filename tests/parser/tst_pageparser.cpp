@@ -6,7 +6,7 @@
 #include "scripteddialogs.h"
 #include "testsettings.h"
 #include "platform/settingsstore.h"
-#include "platform/webpage.h"
+#include "browser/webpage.h"
 
 #include <QComboBox>
 #include <QLineEdit>

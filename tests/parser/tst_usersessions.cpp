@@ -7,7 +7,7 @@
 #include "parser/statuspanel.h"
 #include "parserdriver.h"
 #include "platform/settingsstore.h"
-#include "platform/webpage.h"
+#include "browser/webpage.h"
 #include "scripteddialogs.h"
 #include "testsettings.h"
 

@@ -1,6 +1,6 @@
-#include "platform/gumbodocument.h"
-#include "platform/pagereaderror.h"
-#include "platform/textcase.h"
+#include "html/gumbodocument.h"
+#include "html/pagereaderror.h"
+#include "document/textcase.h"
 
 #include <QtTest>
 

@@ -1,5 +1,5 @@
-#include "platform/document.h"
-#include "platform/textcase.h"
+#include "document/document.h"
+#include "document/textcase.h"
 
 #include <QtTest>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "runtimeerror.h"
+#include "platform/runtimeerror.h"
 
 // A page the static parser refuses to read: too large, nested too deep for gumbo to finish in
 // reasonable time, or with more text than the snapshot may hold. Raised as run-time error 6

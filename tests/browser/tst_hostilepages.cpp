@@ -1,5 +1,5 @@
-#include "platform/pagebridge.h"
-#include "platform/webpage.h"
+#include "browser/pagebridge.h"
+#include "browser/webpage.h"
 
 #include <QMetaMethod>
 #include <QSignalSpy>

@@ -1,4 +1,4 @@
-#include "platform/browsersnapshot.h"
+#include "browser/browsersnapshot.h"
 
 #include <QtTest>
 

@@ -1,5 +1,5 @@
-#include "platform/gumbodocument.h"
-#include "platform/webpage.h"
+#include "html/gumbodocument.h"
+#include "browser/webpage.h"
 #include "staticpages.h"
 
 #include <QRegularExpression>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "defaultstyle.h"
-#include "document.h"
+#include "document/document.h"
 #include "innertextwriter.h"
 #include "pagetree.h"
 #include "whitespacecollapser.h"
