@@ -2,6 +2,7 @@
 
 #include "limitedread.h"
 #include "html/gumbodocument.h"
+#include "html/pageencoding.h"
 #include "html/pagereaderror.h"
 
 #include <QEventLoop>
@@ -16,7 +17,7 @@ bool isKnownScheme(const QString &scheme)
     return scheme == u"file" || scheme == u"http" || scheme == u"https";
 }
 
-QByteArray fetch(const QUrl &url)
+QByteArray fetch(const QUrl &url, QByteArray *contentType)
 {
     // One manager per call: runs go on several threads, each with its own event loop here.
     QNetworkAccessManager manager;
@@ -37,6 +38,8 @@ QByteArray fetch(const QUrl &url)
         throw PageError(tooLongText(url.toDisplayString(), maxPageBytes()));
     if (reply->error() != QNetworkReply::NoError)
         throw PageError(QStringLiteral("cannot fetch %1: %2").arg(url.toDisplayString(), reply->errorString()));
+    if (contentType)
+        *contentType = reply->rawHeader("Content-Type");
     return reply->readAll();
 }
 
@@ -74,12 +77,12 @@ PageSource PageSource::fromAddress(const QString &address)
     return {address, url, {}};
 }
 
-QByteArray PageSource::read() const
+QByteArray PageSource::read(QByteArray *contentType) const
 {
     if (!refusal.isEmpty())
         throw PageError(refusal);
     if (!isStandardInput() && !url.isLocalFile())
-        return fetch(url);
+        return fetch(url, contentType);
     QString error;
     std::optional<QByteArray> bytes = isStandardInput() ? readStandardInputLimited(maxPageBytes(), &error)
                                                         : readLimited(url.toLocalFile(), maxPageBytes(), &error);
@@ -90,9 +93,10 @@ QByteArray PageSource::read() const
 
 DocumentPtr readStaticDocument(const PageSource &source)
 {
-    const QByteArray bytes = source.read();
+    QByteArray contentType;
+    const QByteArray bytes = source.read(&contentType);
     try {
-        return parseHtmlDocument(bytes, source.url.toString());
+        return parseHtmlDocument(bytes, source.url.toString(), {}, PageEncoding::charsetOf(contentType));
     } catch (const PageReadError &error) {
         throw PageError(error.description());
     }

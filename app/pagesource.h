@@ -37,9 +37,10 @@ struct PageSource {
     static PageSource fromArgument(const QString &argument);
     static PageSource fromAddress(const QString &address);
 
-    // The page's bytes, at most maxPageBytes(); an http(s) address is fetched. Throws PageError.
-    QByteArray read() const;
+    // The page's bytes, at most maxPageBytes(); an http(s) address is fetched, and its
+    // Content-Type given. Throws PageError.
+    QByteArray read(QByteArray *contentType = nullptr) const;
 };
 
-// The page read by gumbo. Throws PageError, with the reason the reader gives.
+// The page read by the static reader, in the encoding the browser would choose. Throws PageError, with the reason the reader gives.
 DocumentPtr readStaticDocument(const PageSource &source);

@@ -5,6 +5,7 @@
 #include "gumboparse.h"
 #include "gumbotreereader.h"
 #include "nestingscan.h"
+#include "pageencoding.h"
 #include "pagereaderror.h"
 #include "renderedtext.h"
 
@@ -95,10 +96,16 @@ void appendText(QList<Document::ChildNode> &children, const QString &text, bool 
     }
 }
 
-// The input as gumbo should see it: valid UTF-8 without a byte order mark.
-QByteArrayView validUtf8(const QByteArray &html, QByteArray &storage)
+// The input as gumbo should see it: valid UTF-8 without a byte order mark, decoded from the
+// encoding the browser would read the page in.
+QByteArrayView validUtf8(const QByteArray &html, QByteArrayView transportCharset, QByteArray &storage)
 {
+    const PageEncoding::Choice encoding = PageEncoding::sniff(html, transportCharset);
     QByteArrayView input(html);
+    if (encoding.name != "UTF-8") {
+        storage = PageEncoding::toUtf8(html, encoding.name);
+        return storage;
+    }
     if (input.startsWith("\xEF\xBB\xBF"))
         input = input.sliced(3);
     if (input.isValidUtf8())
@@ -150,14 +157,14 @@ Document::Element takeElement(PageTree &tree, int index, Document::TextRange inn
 
 } // namespace
 
-DocumentPtr parseHtmlDocument(const QByteArray &html, const QString &url, const ParseLimits &limits)
+DocumentPtr parseHtmlDocument(const QByteArray &html, const QString &url, const ParseLimits &limits, QByteArrayView transportCharset)
 {
     if (html.size() > limits.maxInputBytes) {
         throw PageReadError(translated("the page is %1 bytes long; at most %2 can be read")
                                 .arg(number(html.size()), number(limits.maxInputBytes)));
     }
     QByteArray storage;
-    const QByteArrayView input = validUtf8(html, storage);
+    const QByteArrayView input = validUtf8(html, transportCharset, storage);
     const NestingScan::Result scan = NestingScan::run(input, limits.maxElements);
     if (scan.depth > limits.maxDepth) {
         throw PageReadError(translated("the page nests elements %1 deep; at most %2 can be read")

@@ -16,7 +16,9 @@ struct ParseLimits {
 };
 
 // The snapshot of a static page (no scripts run, default styles) read with gumbo: the same
-// elements, attributes, child nodes and innerText the live browser gives for it. html is UTF-8;
-// invalid sequences become U+FFFD and a byte order mark is dropped.
+// elements, attributes, child nodes and innerText the live browser gives for it. html is the
+// page's bytes as served, read in the encoding the browser would choose (pageencoding.h; the
+// transport's charset is the Content-Type's, for pages fetched over HTTP).
 // Throws PageReadError (pagereaderror.h) for a page past the limits.
-DocumentPtr parseHtmlDocument(const QByteArray &html, const QString &url, const ParseLimits &limits = {});
+DocumentPtr parseHtmlDocument(const QByteArray &html, const QString &url, const ParseLimits &limits = {},
+                              QByteArrayView transportCharset = {});

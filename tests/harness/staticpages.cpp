@@ -7,7 +7,8 @@
 void addEveryPageRow()
 {
     QTest::addColumn<QString>("path");
-    for (const QString &folder : {QStringLiteral(TAMBERLINE_TEST_DATA "/pages"), QStringLiteral(TAMBERLINE_EXAMPLES_DIR)}) {
+    for (const QString &folder : {QStringLiteral(TAMBERLINE_TEST_DATA "/pages"), QStringLiteral(TAMBERLINE_TEST_DATA "/pages/encodings"),
+                                  QStringLiteral(TAMBERLINE_EXAMPLES_DIR)}) {
         const QDir dir(folder);
         for (const QString &name : dir.entryList({QStringLiteral("*.html")}, QDir::Files))
             QTest::newRow(qPrintable(name)) << dir.filePath(name);
