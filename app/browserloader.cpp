@@ -4,6 +4,7 @@
 #include "browser/webpage.h"
 
 #include <QDir>
+#include <QWebEngineLoadingInfo>
 #include <QEventLoop>
 #include <QFileInfo>
 #include <QTemporaryFile>
@@ -64,8 +65,13 @@ void BrowserLoader::start(const PageSource &source, Done done)
     if (!m_page) {
         m_page = std::make_unique<WebPage>();
         connect(m_page.get(), &QWebEnginePage::loadFinished, this, &BrowserLoader::loadFinished);
+        connect(m_page.get(), &QWebEnginePage::loadingChanged, this, [this](const QWebEngineLoadingInfo &loading) {
+            if (loading.status() == QWebEngineLoadingInfo::LoadFailedStatus)
+                m_failure = QStringLiteral("%1 (%2)").arg(loading.url().toDisplayString(), loading.errorString());
+        });
     }
     m_stage = Stage::Loading;
+    m_failure.clear();
     m_timer.start(m_timeout);
     m_page->load(url);
 }
@@ -102,7 +108,16 @@ void BrowserLoader::loadFinished(bool ok)
     if (m_stage != Stage::Loading)
         return;
     if (!ok) {
-        finish(nullptr, QStringLiteral("the browser could not load %1").arg(m_name));
+        // Often a page that sends itself elsewhere, where a local page may not go; the engine
+        // tells where and why only after this signal.
+        m_stage = Stage::Failed;
+        const quint64 generation = m_generation;
+        QMetaObject::invokeMethod(this, [this, generation] {
+            if (generation != m_generation)
+                return;
+            finish(nullptr, m_failure.isEmpty() ? QStringLiteral("the browser could not load %1").arg(m_name)
+                                                : QStringLiteral("the browser could not load %1: %2").arg(m_name, m_failure));
+        }, Qt::QueuedConnection);
         return;
     }
     m_stage = Stage::Snapshot;
@@ -120,9 +135,10 @@ void BrowserLoader::loadFinished(bool ok)
 
 void BrowserLoader::timedOut()
 {
-    const QString error = m_stage == Stage::Loading
-                              ? QStringLiteral("the browser did not load %1 within %2 s").arg(m_name).arg(m_timeout.count() / 1000.0)
-                              : QStringLiteral("the browser gave no snapshot of %1 within %2 s").arg(m_name).arg(m_timeout.count() / 1000.0);
+    const QString seconds = QString::number(m_timeout.count() / 1000.0);
+    const QString error = m_stage == Stage::Snapshot
+                              ? QStringLiteral("the browser gave no snapshot of %1 within %2 s").arg(m_name, seconds)
+                              : QStringLiteral("the browser did not load %1 within %2 s").arg(m_name, seconds);
     dropPage();
     finish(nullptr, error);
 }

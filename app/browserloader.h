@@ -45,7 +45,7 @@ private:
     // A page that may still answer for an earlier load is thrown away, never reused.
     void dropPage();
 
-    enum class Stage { Idle, Loading, Snapshot };
+    enum class Stage { Idle, Loading, Failed, Snapshot };
 
     std::chrono::milliseconds m_timeout{60000};
     std::unique_ptr<WebPage> m_page;
@@ -54,6 +54,7 @@ private:
     QTimer m_timer;
     Stage m_stage = Stage::Idle;
     QString m_name;
+    QString m_failure; // the last address that failed to load, and why
     Done m_done;
     quint64 m_generation = 0;
 };

@@ -411,6 +411,10 @@ void tst_RunCommand::hostileInputs_data()
         << none << QString() << 0 << pears << QString();
     QTest::newRow("what scripts write: the static reader says to try the browser")
         << run({scripted}) << none << QString() << 1 << QByteArray("\n") << QStringLiteral("runs scripts, which the static reader does not; try --engine browser");
+    QTest::newRow("a page that sends itself where a local page may not go")
+        << run({file(QStringLiteral("away.html"), "<script>location.href = 'http://127.0.0.1:9/away'</script>"), QStringLiteral("--engine"),
+                QStringLiteral("browser")})
+        << none << QString() << 1 << QByteArray("\n") << QStringLiteral("away.html: http://127.0.0.1:9/away (");
     QTest::newRow("standard input over 2 MB in the browser")
         << run({QStringLiteral("-"), QStringLiteral("--engine"), QStringLiteral("browser")}) << bigPage << QString() << 0 << pears << QString();
     QTest::newRow("standard input twice") << run({QStringLiteral("-"), QStringLiteral("-")}) << none << QString() << 2 << none
