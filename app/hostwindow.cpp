@@ -1,5 +1,6 @@
 #include "hostwindow.h"
 
+#include "browserloader.h"
 #include "control/attribwalk.h"
 #include "platform/dialogs.h"
 #include "platform/handlerguard.h"
@@ -50,6 +51,32 @@ qsizetype unreadFilters(const QStringList &stored)
 {
     const qsizetype read = walkedEntries(stored).size();
     return std::count_if(stored.begin() + read, stored.end(), [](const QString &entry) { return !trimBlanks(entry).isEmpty(); });
+}
+
+constexpr int StaticIndex = 1; // of cboEngine
+
+// The query on the page read gives; whatever goes wrong, the query's markers included, is the
+// page's error. A read giving null leaves the result empty.
+RunResult evaluated(const std::function<DocumentPtr()> &read, const RunnableQuery &query, const QString &page = {})
+{
+    RunResult result;
+    try {
+        const DocumentPtr document = read();
+        if (!document)
+            return result;
+        result = EvaluateQuery(*document, query, WildcardMatcher());
+        result.page = page;
+    } catch (const PageError &error) {
+        result.reason = QStringLiteral("page-error");
+        result.message = error.message();
+    } catch (const RuntimeError &error) {
+        result.reason = QStringLiteral("page-error");
+        result.message = runtimeErrorText(error);
+    } catch (const std::bad_alloc &) {
+        result.reason = QStringLiteral("page-error");
+        result.message = HostWindow::tr("not enough memory to read the page");
+    }
+    return result;
 }
 
 } // namespace
@@ -133,6 +160,7 @@ bool HostWindow::openFile(const QString &path)
     bool opened = false;
     guard(this, [&] {
         query.applyTo(m_control);
+        cancelRun(); // its answer would be shown beside another query
         m_path = path;
         m_saved = QueryFile::readFrom(m_control);
         showQuery();
@@ -177,9 +205,10 @@ bool HostWindow::isModified() const
 
 void HostWindow::closeEvent(QCloseEvent *event)
 {
-    if (maybeSave())
+    if (maybeSave()) {
+        cancelRun();
         event->accept();
-    else
+    } else
         event->ignore();
 }
 
@@ -206,29 +235,60 @@ void HostWindow::editQuery(bool (Tamberline::*edit)())
 
 void HostWindow::runQuery()
 {
-    RunResult result;
-    try {
+    cancelRun();
+    const Engine engine = ui->cboEngine->currentIndex() == StaticIndex ? Engine::Static : Engine::Browser;
+    RunnableQuery query;
+    PageSource source;
+    const RunResult result = evaluated([&]() -> DocumentPtr {
         // Markers are filled as in the designer: example values asked once and remembered.
         const QString folder = m_path.isEmpty() ? QString() : QFileInfo(m_path).absolutePath();
-        const RunnableQuery query = RunnableQuery::substituted(QueryFile::readFrom(m_control), folder);
-        const PageSource source = PageSource::fromAddress(query.url);
-        const DocumentPtr document = readStaticDocument(source);
-        result = EvaluateQuery(*document, query, WildcardMatcher());
-        result.page = source.name;
-    } catch (const PageError &error) {
-        result.reason = QStringLiteral("page-error");
-        result.message = error.message();
-    } catch (const RuntimeError &error) {
-        result.reason = QStringLiteral("page-error");
-        result.message = runtimeErrorText(error);
-    } catch (const std::bad_alloc &) {
-        result.reason = QStringLiteral("page-error");
-        result.message = tr("not enough memory to read the page");
-    }
-    showResult(result);
+        query = RunnableQuery::substituted(QueryFile::readFrom(m_control), folder);
+        source = PageSource::fromAddress(query.url);
+        if (engine == Engine::Browser)
+            return nullptr;
+        return readStaticDocument(source);
+    }, query);
+    if (engine == Engine::Browser && result.reason.isEmpty())
+        runInBrowser(query, source);
+    else
+        showResult(result, engine);
 }
 
-void HostWindow::showResult(const RunResult &result)
+bool HostWindow::isRunning() const
+{
+    return m_browser && m_browser->isBusy();
+}
+
+void HostWindow::runInBrowser(const RunnableQuery &query, const PageSource &source)
+{
+    if (!m_browser)
+        m_browser = std::make_unique<BrowserLoader>();
+    // The window stays usable meanwhile: the loader's time limits end a run that hangs.
+    setCursor(Qt::BusyCursor);
+    for (QLabel *label : {ui->lblFound, ui->lblReturned, ui->lblMatches, ui->lblScripted})
+        label->setText(QStringLiteral("-"));
+    ui->txtResultText->clear();
+    statusBar()->showMessage(tr("Reading %1 in the browser...").arg(source.name));
+    m_browser->start(source, [this, query, name = source.name](DocumentPtr document, const QString &error) {
+        unsetCursor();
+        guard(this, [&] {
+            showResult(evaluated([&] {
+                if (!document)
+                    throw PageError(error);
+                return document;
+            }, query, name), Engine::Browser);
+        });
+    });
+}
+
+void HostWindow::cancelRun()
+{
+    if (m_browser)
+        m_browser->cancel();
+    unsetCursor();
+}
+
+void HostWindow::showResult(const RunResult &result, Engine engine)
 {
     const auto element = [&](int index) {
         return index < 0 ? tr("none") : tr("element %1").arg(index);
@@ -239,8 +299,16 @@ void HostWindow::showResult(const RunResult &result)
                             : result.matches > 1                   ? tr("%1 (the search text and filters fit several elements)").arg(result.matches)
                                                                    : QString::number(result.matches));
     ui->txtResultText->setPlainText(result.succeeded() ? result.text : result.reason + QStringLiteral(": ") + result.message);
-    statusBar()->showMessage(result.succeeded() ? tr("The query returns element %1").arg(result.returned)
-                                                : tr("The query returns nothing: %1").arg(result.reason));
+    const bool scripted = result.scripted.value_or(false);
+    ui->lblScripted->setText(!result.scripted        ? QStringLiteral("-")
+                             : !scripted             ? tr("none")
+                             : engine == Engine::Static ? tr("the page runs scripts; the static reader ran none of them")
+                                                        : tr("the page runs scripts; the browser ran them before the search"));
+    QString status = result.succeeded() ? tr("The query returns element %1").arg(result.returned)
+                                        : tr("The query returns nothing: %1").arg(result.reason);
+    if (engine == Engine::Static && scripted && (result.reason == u"no-match" || result.reason == u"offset-out-of-range"))
+        status += tr(". The page runs scripts: run it in the browser to see what they add.");
+    statusBar()->showMessage(status);
 }
 
 void HostWindow::updateTitle()

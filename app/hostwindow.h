@@ -8,6 +8,9 @@
 
 #include <memory>
 
+class BrowserLoader;
+struct PageSource;
+
 namespace Ui {
 class HostWindow;
 }
@@ -28,8 +31,12 @@ public:
     bool saveFile(const QString &path);
     bool isModified() const;
 
-    // What the query returns on its page, shown beside it.
+    // What the query returns on its page, shown beside it. In the browser the answer comes
+    // later, from the event loop; running again drops a run still under way.
     void runQuery();
+    bool isRunning() const;
+
+    enum class Engine { Browser, Static };
 
 public slots:
     void openPageParser() { editQuery(&Tamberline::EditQueryItem); }
@@ -39,12 +46,16 @@ protected:
 
 private:
     void showQuery();
-    void showResult(const RunResult &result);
+    void runInBrowser(const RunnableQuery &query, const PageSource &source);
+    void cancelRun();
+    void showResult(const RunResult &result, Engine engine);
     void editQuery(bool (Tamberline::*edit)());
     void updateTitle();
     bool maybeSave();
 
     std::unique_ptr<Ui::HostWindow> ui;
+    // Made at the first run in the browser; gone before the form, so no answer reaches it.
+    std::unique_ptr<BrowserLoader> m_browser;
     Tamberline m_control;
     QString m_path;
     QueryFile m_saved;

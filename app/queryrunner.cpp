@@ -1,5 +1,7 @@
 #include "queryrunner.h"
 
+#include "pagescripts.h"
+
 #include "control/attribwalk.h"
 #include "parser/documentsearch.h"
 #include "parser/wildcardmatcher.h"
@@ -62,6 +64,7 @@ QJsonObject RunResult::toJson() const
                        {QStringLiteral("tagName"), text(tagName, returned >= 0)},
                        {QStringLiteral("text"), text(this->text, returned >= 0)},
                        {QStringLiteral("matches"), matches},
+                       {QStringLiteral("scripted"), scripted ? QJsonValue(*scripted) : QJsonValue(QJsonValue::Null)},
                        {QStringLiteral("reason"), reason.isEmpty() ? QJsonValue(QJsonValue::Null) : QJsonValue(reason)}};
 }
 
@@ -69,6 +72,9 @@ RunResult EvaluateQuery(const Document &document, const RunnableQuery &query, co
 {
     RunResult result;
     result.page = document.url;
+    const bool scripted = runsScriptsOnLoad(document);
+    if (scripted || !document.cut)
+        result.scripted = scripted;
     const bool hasText = !trimBlanks(query.searchText).isEmpty();
     // Every scan of such a page steps past the designer's 16-bit element counter.
     if (document.length() >= 32768) {

@@ -8,6 +8,7 @@
 #include <QString>
 #include <QStringList>
 
+#include <optional>
 #include <stdexcept>
 
 class WildcardMatcher;
@@ -44,6 +45,9 @@ struct RunResult {
     int matches = 0;
     QString reason;
     QString message; // what went wrong, for people
+    // Whether the page runs scripts as it loads (pagescripts.h); unknown for a page that was
+    // not read, or read in part without one in that part.
+    std::optional<bool> scripted;
 
     bool succeeded() const { return reason.isEmpty(); }
     QJsonObject toJson() const;

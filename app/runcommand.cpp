@@ -206,12 +206,16 @@ void printTable(const QList<RunResult> &results)
     int pageWidth = 4;
     for (const RunResult &result : results)
         pageWidth = std::max(pageWidth, int(std::min<qsizetype>(result.page.size(), 48)));
-    const QString row = QStringLiteral("%1  %2  %3  %4  %5  %6\n");
+    const auto scripted = [](const std::optional<bool> &value) {
+        return !value ? QStringLiteral("-") : *value ? QStringLiteral("yes") : QStringLiteral("no");
+    };
+    const QString row = QStringLiteral("%1  %2  %3  %4  %5  %6  %7\n");
     std::printf("%s", qPrintable(row.arg(QStringLiteral("page"), -pageWidth)
                                      .arg(QStringLiteral("found"), 6)
                                      .arg(QStringLiteral("returned"), 8)
                                      .arg(QStringLiteral("text"), -40)
                                      .arg(QStringLiteral("matches"), 7)
+                                     .arg(QStringLiteral("scripts"), -7)
                                      .arg(QStringLiteral("reason"))));
     for (const RunResult &result : results) {
         std::printf("%s", qPrintable(row.arg(shortened(result.page, 48), -pageWidth)
@@ -219,8 +223,15 @@ void printTable(const QList<RunResult> &results)
                                          .arg(index(result.returned), 8)
                                          .arg(shortened(result.text, 40), -40)
                                          .arg(result.matches, 7)
+                                         .arg(scripted(result.scripted), -7)
                                          .arg(result.succeeded() ? QStringLiteral("ok") : result.reason)));
     }
+}
+
+// What the query looks for may be there only once the page's scripts have run.
+bool mayBeScriptsDoing(const RunResult &result)
+{
+    return result.scripted.value_or(false) && (result.reason == u"no-match" || result.reason == u"offset-out-of-range");
 }
 
 } // namespace
@@ -295,6 +306,9 @@ int runCommandMain(int argc, char *argv[])
         allGaveResults = allGaveResults && result.succeeded();
         if (!result.succeeded())
             std::fprintf(stderr, "%s: %s: %s\n", qPrintable(result.page), qPrintable(result.reason), qPrintable(result.message));
+        if (options.format == Format::Text && options.engine == Engine::Static && mayBeScriptsDoing(result))
+            std::fprintf(stderr, "%s: the page runs scripts, which the static reader does not; try --engine browser\n",
+                         qPrintable(result.page));
         if (options.check)
             continue;
         // A page without a result still has its line, an empty one: the lines stay the pages'.

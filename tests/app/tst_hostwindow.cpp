@@ -1,8 +1,11 @@
 #include "freshquery.h"
 #include "hostwindow.h"
 #include "scripteddialogs.h"
+#include "substitution/controlvariables.h"
+#include "substitution/examplevaluecache.h"
 #include "testsettings.h"
 
+#include <QComboBox>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPlainTextEdit>
@@ -16,8 +19,14 @@ class tst_HostWindow : public QObject
     Q_OBJECT
 
 private slots:
-    void init() { resetThreadQuery(); }
+    void init()
+    {
+        resetThreadQuery();
+        ControlVariables::exampleValueCache().clear();
+    }
+    void runShowsWhatTheExampleReturns_data();
     void runShowsWhatTheExampleReturns();
+    void closingDuringARunInTheBrowser();
     void closingWithChangesAsksFirst_data();
     void closingWithChangesAsksFirst();
     void aBadFileChangesNothing_data();
@@ -29,21 +38,60 @@ private:
     TestSettings m_settings;
 };
 
+void tst_HostWindow::runShowsWhatTheExampleReturns_data()
+{
+    QTest::addColumn<int>("engine");
+    QTest::newRow("in the browser, the default") << -1;
+    QTest::newRow("with the static reader") << 1;
+}
+
 void tst_HostWindow::runShowsWhatTheExampleReturns()
 {
+    QFETCH(int, engine);
     ScriptedDialogs script;
     script.answerPrompt(QStringLiteral("north"));
     script.answerPrompt(QStringLiteral("Leeks"));
     HostWindow window;
     QVERIFY(window.openFile(QStringLiteral(TAMBERLINE_EXAMPLES_DIR "/query.json")));
-    QTest::mouseClick(window.findChild<QPushButton *>(QStringLiteral("cmdRun")), Qt::LeftButton);
-    QVERIFY2(script.done(), qPrintable(script.pending()));
-    QCOMPARE(window.findChild<QPlainTextEdit *>(QStringLiteral("txtResultText"))->toPlainText(), QStringLiteral("1.75"));
-    QVERIFY(window.findChild<QLabel *>(QStringLiteral("lblReturned"))->text().contains(QStringLiteral("TD")));
-    QCOMPARE(window.findChild<QLabel *>(QStringLiteral("lblMatches"))->text(), QStringLiteral("1"));
-    // Running again asks nothing: the example values are remembered.
-    QTest::mouseClick(window.findChild<QPushButton *>(QStringLiteral("cmdRun")), Qt::LeftButton);
-    QVERIFY2(script.done(), qPrintable(script.pending()));
+    if (engine >= 0)
+        window.findChild<QComboBox *>(QStringLiteral("cboEngine"))->setCurrentIndex(engine);
+    for (int run = 0; run < 2; ++run) {
+        QTest::mouseClick(window.findChild<QPushButton *>(QStringLiteral("cmdRun")), Qt::LeftButton);
+        QTRY_VERIFY_WITH_TIMEOUT(!window.isRunning(), 120000);
+        // The second run asks nothing: the example values are remembered.
+        QVERIFY2(script.done(), qPrintable(script.pending()));
+        QCOMPARE(window.findChild<QPlainTextEdit *>(QStringLiteral("txtResultText"))->toPlainText(), QStringLiteral("1.75"));
+        QVERIFY(window.findChild<QLabel *>(QStringLiteral("lblReturned"))->text().contains(QStringLiteral("TD")));
+        QCOMPARE(window.findChild<QLabel *>(QStringLiteral("lblMatches"))->text(), QStringLiteral("1"));
+        QCOMPARE(window.findChild<QLabel *>(QStringLiteral("lblScripted"))->text(), QStringLiteral("none"));
+    }
+}
+
+// The run's answer must find no window, and the next window must still get its own.
+void tst_HostWindow::closingDuringARunInTheBrowser()
+{
+    QTemporaryDir dir;
+    QueryFile query;
+    query.Url1 = QUrl::fromLocalFile(QStringLiteral(TAMBERLINE_EXAMPLES_DIR "/prices.html")).toString();
+    query.SearchText = QStringLiteral("Leeks");
+    query.NodeOffset = 2;
+    query.ElemAttribs = {QStringLiteral("class=item")};
+    const QString path = dir.filePath(QStringLiteral("query.json"));
+    query.save(path);
+    auto first = std::make_unique<HostWindow>();
+    QVERIFY(first->openFile(path));
+    first->show();
+    first->runQuery();
+    QVERIFY(first->isRunning());
+    QVERIFY(first->close());
+    QVERIFY(!first->isRunning());
+    first->runQuery();
+    first.reset();
+    HostWindow second;
+    QVERIFY(second.openFile(path));
+    second.runQuery();
+    QTRY_VERIFY_WITH_TIMEOUT(!second.isRunning(), 120000);
+    QCOMPARE(second.findChild<QPlainTextEdit *>(QStringLiteral("txtResultText"))->toPlainText(), QStringLiteral("1.75"));
 }
 
 void tst_HostWindow::closingWithChangesAsksFirst_data()

@@ -193,8 +193,10 @@ void tst_RunCommand::evaluation()
     QCOMPARE(result.reason, reason);
     const QJsonObject json = result.toJson();
     QCOMPARE(json.keys(), (QStringList{QStringLiteral("found"), QStringLiteral("matches"), QStringLiteral("page"),
-                                       QStringLiteral("reason"), QStringLiteral("returned"), QStringLiteral("tagName"),
-                                       QStringLiteral("text")}));
+                                       QStringLiteral("reason"), QStringLiteral("returned"), QStringLiteral("scripted"),
+                                       QStringLiteral("tagName"), QStringLiteral("text")}));
+    // A part without scripts says nothing of the rest.
+    QCOMPARE(json.value(QStringLiteral("scripted")).isNull(), !cutReason.isEmpty());
     QCOMPARE(json.value(QStringLiteral("reason")).isNull(), reason.isEmpty());
     QCOMPARE(json.value(QStringLiteral("returned")).isNull(), returned < 0);
 }
@@ -367,6 +369,8 @@ void tst_RunCommand::hostileInputs_data()
     const QByteArray lines = R"(<table><tr><td class="item">Pears</td><td>0.95<br>per\kg</td></tr></table>)";
     const QByteArray none;
     const QByteArray pears = "0.95\n";
+    const QString scripted = file(QStringLiteral("scripted.html"), R"(<body><script>
+        document.write('<table><tr><td class="item">Pears</td><td>0.95</td></tr></table>')</script>)");
 
     QTest::newRow("a device among pages") << run({zero, m_page}) << none << QString() << 1 << "\n" + pears
                                           << QStringLiteral("/dev/zero is a device");
@@ -405,6 +409,12 @@ void tst_RunCommand::hostileInputs_data()
                "SearchText": "%fruit%", "NodeOffset": 1, "ElemAttribs": ["class=item"]})"),
                        QStringLiteral("--set"), QStringLiteral("page=shop"), QStringLiteral("--set"), QStringLiteral("fruit=Pears")}
         << none << QString() << 0 << pears << QString();
+    QTest::newRow("what scripts write: the static reader says to try the browser")
+        << run({scripted}) << none << QString() << 1 << QByteArray("\n") << QStringLiteral("runs scripts, which the static reader does not; try --engine browser");
+    QTest::newRow("a page that sends itself where a local page may not go")
+        << run({file(QStringLiteral("away.html"), "<script>location.href = 'http://127.0.0.1:9/away'</script>"), QStringLiteral("--engine"),
+                QStringLiteral("browser")})
+        << none << QString() << 1 << QByteArray("\n") << QStringLiteral("away.html: http://127.0.0.1:9/away (");
     QTest::newRow("standard input over 2 MB in the browser")
         << run({QStringLiteral("-"), QStringLiteral("--engine"), QStringLiteral("browser")}) << bigPage << QString() << 0 << pears << QString();
     QTest::newRow("standard input twice") << run({QStringLiteral("-"), QStringLiteral("-")}) << none << QString() << 2 << none
