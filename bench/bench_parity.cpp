@@ -250,12 +250,12 @@ QString likelyCause(const Query &query, const RunResult &live, const RunResult &
 {
     const bool elementsDiffer = contentElements(browser) != contentElements(parsed);
     if (read.succeeded() && live.text != read.text) {
-        if ((hasNonAscii(live.text) || hasNonAscii(read.text)) && asciiOnly(live.text) == asciiOnly(read.text))
-            return Encoding_;
-        if (live.text.toCaseFolded() == read.text.toCaseFolded())
-            return TextTransform;
         if (withoutSpaces(live.text) == withoutSpaces(read.text))
             return WhiteSpace;
+        if (live.text.toCaseFolded() == read.text.toCaseFolded())
+            return TextTransform;
+        if ((hasNonAscii(live.text) || hasNonAscii(read.text)) && asciiOnly(live.text) == asciiOnly(read.text))
+            return Encoding_;
     }
     if (!read.succeeded()) {
         const QString sought = withoutSpaces(query.sought).toCaseFolded();
@@ -286,6 +286,12 @@ QString likelyCause(const Query &query, const RunResult &live, const RunResult &
     return scripted && elementsDiffer ? ScriptsOther : Other;
 }
 
+// Line breaks and tabs shown, for a disagreement on one line.
+QString visible(QString text)
+{
+    return text.replace(u'\n', QStringLiteral("\\n")).replace(u'\t', QStringLiteral("\\t"));
+}
+
 QString percent(int part, int whole)
 {
     return whole == 0 ? QStringLiteral("    -  ") : QString::asprintf("%6.1f %%", 100.0 * part / whole);
@@ -304,6 +310,8 @@ int main(int argc, char *argv[])
     QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
     QLoggingCategory::setFilterRules(QStringLiteral("qt.webenginecontext.info=false\nqt.webenginecontext.debug=false"));
     QApplication app(argc, argv);
+    // Each disagreement on standard error, to see what lies behind the figures.
+    const bool details = qEnvironmentVariableIsSet("BENCH_PARITY_DETAILS");
     const QDir folder(argc > 1 ? QString::fromLocal8Bit(argv[1]) : QStringLiteral("bench/.cache/package/files"));
     QStringList names = folder.entryList({QStringLiteral("*.html")}, QDir::Files, QDir::Name);
     if (argc > 2)
@@ -375,7 +383,17 @@ int main(int argc, char *argv[])
             tallies[scripted ? QStringLiteral("9 pages that run scripts") : QStringLiteral("9b pages that run none")].add(sameElement, same);
             if (!same) {
                 ++disagreements;
-                ++causes[likelyCause(query, a, b, *live, *parsed, scripted, encoding)];
+                const QString cause = likelyCause(query, a, b, *live, *parsed, scripted, encoding);
+                ++causes[cause];
+                if (details) {
+                    qsizetype at = 0;
+                    while (at < a.text.size() && at < b.text.size() && a.text[at] == b.text[at])
+                        ++at;
+                    const qsizetype from = std::max<qsizetype>(0, at - 40);
+                    std::fprintf(stderr, "%s: %s\n  sought  %s\n  browser %s %s\n  static  %s %s\n", qPrintable(names.at(p)),
+                                 qPrintable(cause), qPrintable(query.sought.left(120)), qPrintable(a.tagName),
+                                 qPrintable(visible(a.text.mid(from, 100))), qPrintable(b.tagName), qPrintable(visible(b.text.mid(from, 100))));
+                }
             }
         }
     }
