@@ -2,7 +2,7 @@
 // on the example pages.
 // Usage: bench_gumbo [folder of .html files]
 
-#include "html/gumbodocument.h"
+#include "html/htmldocument.h"
 #include "html/nestingscan.h"
 #include "html/pagereaderror.h"
 

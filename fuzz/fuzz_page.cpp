@@ -4,7 +4,7 @@
 #include "parser/nodekeys.h"
 #include "parser/nodetree.h"
 #include "parser/wildcardmatcher.h"
-#include "html/gumbodocument.h"
+#include "html/htmldocument.h"
 #include "platform/runtimeerror.h"
 
 #include <QApplication>

@@ -1,4 +1,4 @@
-#include "html/gumbodocument.h"
+#include "html/htmldocument.h"
 #include "browser/webpage.h"
 #include "staticpages.h"
 

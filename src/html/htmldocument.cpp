@@ -1,11 +1,10 @@
-#include "gumbodocument.h"
+#include "htmldocument.h"
 
 #include "asciiwhitespace.h"
-#include "gumboarena.h"
-#include "gumboparse.h"
-#include "gumbotreereader.h"
+#include "htmltree.h"
 #include "nestingscan.h"
 #include "pagereaderror.h"
+#include "pagetreereader.h"
 #include "renderedtext.h"
 
 #include <QCoreApplication>
@@ -25,28 +24,6 @@ QString number(qint64 value)
 QString translated(const char *text)
 {
     return QCoreApplication::translate("parseHtmlDocument", text);
-}
-
-// Scripting is on in the browser, so a noscript element holds its content as raw text; gumbo is
-// given the element empty and the text is put back afterwards.
-QByteArray withoutNoscriptContent(QByteArrayView html, const NestingScan::Result &scan,
-                                  QHash<qsizetype, QString> &noscriptTexts)
-{
-    QByteArray result;
-    result.reserve(html.size());
-    qsizetype copied = 0;
-    for (const NestingScan::RawText &raw : scan.noscripts) {
-        const qsizetype removed = copied - result.size();
-        result.append(html.sliced(copied, raw.contentBegin - copied));
-        QString text = QString::fromUtf8(html.sliced(raw.contentBegin, raw.contentEnd - raw.contentBegin));
-        text.replace(QStringLiteral("\r\n"), QStringLiteral("\n"));
-        text.replace(u'\r', u'\n');
-        text.replace(QChar(0), QChar::ReplacementCharacter);
-        noscriptTexts.insert(raw.tagStart - removed, text);
-        copied = raw.contentEnd;
-    }
-    result.append(html.sliced(copied));
-    return result;
 }
 
 QString collapsedTitle(const PageTree &tree)
@@ -95,7 +72,7 @@ void appendText(QList<Document::ChildNode> &children, const QString &text, bool 
     }
 }
 
-// The input as gumbo should see it: valid UTF-8 without a byte order mark.
+// The input as the parser should see it: valid UTF-8 without a byte order mark.
 QByteArrayView validUtf8(const QByteArray &html, QByteArray &storage)
 {
     QByteArrayView input(html);
@@ -105,27 +82,6 @@ QByteArrayView validUtf8(const QByteArray &html, QByteArray &storage)
         return input;
     storage = QString::fromUtf8(input).toUtf8();
     return storage;
-}
-
-PageTree readTree(QByteArrayView input, const NestingScan::Result &scan, const ParseLimits &limits)
-{
-    if (scan.cutAt >= 0)
-        input = input.first(scan.cutAt);
-    QHash<qsizetype, QString> noscriptTexts;
-    QByteArray prepared;
-    if (!scan.noscripts.isEmpty()) {
-        prepared = withoutNoscriptContent(input, scan, noscriptTexts);
-        input = prepared;
-    }
-    GumboArena arena;
-    GumboOptions options = kGumboDefaultOptions;
-    arena.install(options);
-    options.max_errors = limits.maxErrors;
-    QString failure;
-    const GumboOutput *output = runGumbo(options, input, &failure);
-    if (!output)
-        throw PageReadError(translated("the parser failed on this page (%1)").arg(failure));
-    return GumboTreeReader::read(*output, input.data(), noscriptTexts, limits.maxElements);
 }
 
 Document::Element takeElement(PageTree &tree, int index, Document::TextRange innerText)
@@ -163,7 +119,9 @@ DocumentPtr parseHtmlDocument(const QByteArray &html, const QString &url, const 
         throw PageReadError(translated("the page nests elements %1 deep; at most %2 can be read")
                                 .arg(number(scan.depth), number(limits.maxDepth)));
     }
-    PageTree tree = readTree(input, scan, limits);
+    const HtmlTree parsed(scan.cutAt >= 0 ? input.first(scan.cutAt) : input);
+    // The page's own style sheets, when they are applied, are read here from parsed.
+    PageTree tree = PageTreeReader::read(parsed, limits.maxElements);
     RenderedText::Texts texts = RenderedText::collect(tree, limits.maxTextChars);
 
     auto document = std::make_shared<Document>();
