@@ -11,6 +11,9 @@
 #include <QLocale>
 #include <QTextBoundaryFinder>
 
+#include <algorithm>
+#include <cstring>
+
 namespace {
 
 // The browser splits longer runs of text into several text nodes, except in scripts and styles.
@@ -84,6 +87,23 @@ QByteArrayView validUtf8(const QByteArray &html, QByteArray &storage)
     return storage;
 }
 
+// A page with few tags can neither nest past the limit nor reach the element cap: a start tag
+// opens at most two levels on average (a cell in a new table implies a row group and a row),
+// and html and body come without one. Most pages are such, and skip the pre-scan.
+bool needsNestingScan(QByteArrayView input, const ParseLimits &limits)
+{
+    const qsizetype mostTags = std::min(qsizetype(limits.maxElements), qsizetype(limits.maxDepth - 3) / 2);
+    const char *at = input.data();
+    const char *const end = at + input.size();
+    for (qsizetype tags = 0; tags <= mostTags; ++tags) {
+        at = at < end ? static_cast<const char *>(std::memchr(at, '<', size_t(end - at))) : nullptr;
+        if (!at)
+            return false;
+        ++at;
+    }
+    return true;
+}
+
 Document::Element takeElement(PageTree &tree, int index, Document::TextRange innerText)
 {
     PageTree::Node &node = tree.nodes[size_t(index)];
@@ -114,7 +134,8 @@ DocumentPtr parseHtmlDocument(const QByteArray &html, const QString &url, const 
     }
     QByteArray storage;
     const QByteArrayView input = validUtf8(html, storage);
-    const NestingScan::Result scan = NestingScan::run(input, limits.maxElements);
+    const NestingScan::Result scan = needsNestingScan(input, limits) ? NestingScan::run(input, limits.maxElements)
+                                                                     : NestingScan::Result{};
     if (scan.depth > limits.maxDepth) {
         throw PageReadError(translated("the page nests elements %1 deep; at most %2 can be read")
                                 .arg(number(scan.depth), number(limits.maxDepth)));

@@ -7,6 +7,9 @@
 
 #include <array>
 #include <climits>
+#include <string>
+#include <string_view>
+#include <unordered_map>
 
 namespace {
 
@@ -98,11 +101,29 @@ const Names &Reader::names(myhtml_tag_id_t tag, myhtml_namespace_t ns)
     return ns == MyHTML_NAMESPACE_SVG ? names->svg : ns == MyHTML_NAMESPACE_MATHML ? names->mathMl : names->html;
 }
 
+// Attribute names repeat across elements and pages: one string per name and thread, shared,
+// spares an allocation and a conversion per attribute. Pages making up names stop adding.
+QString sharedName(std::string_view key)
+{
+    struct Hash {
+        using is_transparent = void;
+        size_t operator()(std::string_view text) const { return std::hash<std::string_view>()(text); }
+    };
+    constexpr size_t kMostNames = 4096;
+    thread_local std::unordered_map<std::string, QString, Hash, std::equal_to<>> names;
+    if (const auto found = names.find(key); found != names.end())
+        return found->second;
+    QString name = QString::fromUtf8(key.data(), qsizetype(key.size()));
+    if (names.size() < kMostNames)
+        names.emplace(std::string(key), name);
+    return name;
+}
+
 QString attributeName(myhtml_tree_attr_t *attribute)
 {
     size_t length = 0;
     const char *key = myhtml_attribute_key(attribute, &length);
-    const QString name = QString::fromUtf8(key, qsizetype(key ? length : 0));
+    const QString name = sharedName(std::string_view(key ? key : "", key ? length : 0));
     switch (myhtml_attribute_namespace(attribute)) {
     case MyHTML_NAMESPACE_XLINK:
         return QStringLiteral("xlink:") + name;
@@ -128,6 +149,11 @@ int Reader::addElement(myhtml_tree_node_t *node, int parent)
         : ns == MyHTML_NAMESPACE_MATHML     ? PageTree::Namespace::MathMl
                                             : PageTree::Namespace::Html;
     element.parent = parent;
+    qsizetype count = 0;
+    for (myhtml_tree_attr_t *attribute = myhtml_node_attribute_first(node); attribute;
+         attribute = myhtml_attribute_next(attribute))
+        ++count;
+    element.attributes.reserve(count);
     // MyHTML keeps an attribute whose name came before; the browser drops the later one.
     for (myhtml_tree_attr_t *attribute = myhtml_node_attribute_first(node); attribute;
          attribute = myhtml_attribute_next(attribute)) {
