@@ -14,6 +14,8 @@
 #include <algorithm>
 #include <cstring>
 
+
+using namespace Qt::StringLiterals;
 namespace {
 
 // The browser splits longer runs of text into several text nodes, except in scripts and styles.
@@ -32,7 +34,7 @@ QString translated(const char *text)
 QString collapsedTitle(const PageTree &tree)
 {
     for (size_t i = 0; i < tree.nodes.size(); ++i) {
-        if (!tree.isHtml(int(i), u"title"))
+        if (!tree.isHtml(int(i), u"title"_s))
             continue;
         QString text;
         for (const int child : tree.nodes[i].children) {
@@ -46,7 +48,7 @@ QString collapsedTitle(const PageTree &tree)
 
 bool keepsLongText(const PageTree::Node &node)
 {
-    return node.localName == u"script" || (node.ns == PageTree::Namespace::Html && node.localName == u"style");
+    return node.localName == u"script"_s || (node.ns == PageTree::Namespace::Html && node.localName == u"style"_s);
 }
 
 void appendText(QList<Document::ChildNode> &children, const QString &text, bool split)
@@ -110,7 +112,7 @@ Document::Element takeElement(PageTree &tree, int index, Document::TextRange inn
     Document::Element element;
     element.tagName = std::move(node.tagName);
     element.parent = node.parent;
-    element.id = tree.attribute(index, u"id");
+    element.id = tree.attribute(index, u"id"_s);
     element.innerText = innerText;
     element.children.reserve(qsizetype(node.children.size()));
     const bool split = !keepsLongText(node);

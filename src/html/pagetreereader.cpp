@@ -153,7 +153,8 @@ int Reader::addElement(myhtml_tree_node_t *node, int parent)
     for (myhtml_tree_attr_t *attribute = myhtml_node_attribute_first(node); attribute;
          attribute = myhtml_attribute_next(attribute))
         ++count;
-    element.attributes.reserve(count);
+    if (count > 0)
+        element.attributes.reserve(count);
     // MyHTML keeps an attribute whose name came before; the browser drops the later one.
     for (myhtml_tree_attr_t *attribute = myhtml_node_attribute_first(node); attribute;
          attribute = myhtml_attribute_next(attribute)) {
@@ -238,8 +239,34 @@ void Reader::appendComment(int parent)
         children.push_back(kCommentMark);
 }
 
+// Elements and texts in the tree, counted before it is read so that their lists are made once.
+std::pair<size_t, size_t> countNodes(myhtml_tree_node_t *root, size_t mostElements)
+{
+    size_t elements = 0;
+    size_t texts = 0;
+    myhtml_tree_node_t *node = myhtml_node_child(root);
+    while (node && elements < mostElements) {
+        const myhtml_tag_id_t tag = myhtml_node_tag_id(node);
+        if (tag == MyHTML_TAG__TEXT)
+            ++texts;
+        else if (tag != MyHTML_TAG__COMMENT && tag != MyHTML_TAG__DOCTYPE)
+            ++elements;
+        if (myhtml_tree_node_t *child = myhtml_node_child(node); child && tag != MyHTML_TAG_TEMPLATE) {
+            node = child;
+            continue;
+        }
+        while (node && node != root && !myhtml_node_next(node))
+            node = myhtml_node_parent(node);
+        node = node && node != root ? myhtml_node_next(node) : nullptr;
+    }
+    return {std::min(elements, mostElements), texts};
+}
+
 PageTree Reader::read()
 {
+    const auto [elements, texts] = countNodes(m_html.document(), size_t(m_maxElements));
+    m_tree.nodes.reserve(elements);
+    m_tree.texts.reserve(texts);
     // open[d] is the element at depth d; open[0] stands for the document.
     std::vector<int> open{-1};
     myhtml_tree_node_t *node = myhtml_node_child(m_html.document());
@@ -274,6 +301,11 @@ PageTree Reader::read()
             if (!isTemplate && myhtml_node_child(node)) {
                 open.push_back(index);
                 descend = myhtml_node_child(node);
+                // Room for all at once: most elements' child lists would otherwise grow twice.
+                size_t children = 0;
+                for (myhtml_tree_node_t *child = descend; child; child = myhtml_node_next(child))
+                    ++children;
+                m_tree.nodes[size_t(index)].children.reserve(children);
             }
         }
         }
