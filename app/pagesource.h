@@ -41,5 +41,5 @@ struct PageSource {
     QByteArray read() const;
 };
 
-// The page read by gumbo. Throws PageError, with the reason the reader gives.
+// The page read by the static reader. Throws PageError, with the reason the reader gives.
 DocumentPtr readStaticDocument(const PageSource &source);

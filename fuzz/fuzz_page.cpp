@@ -1,4 +1,4 @@
-// Raw bytes as a page: gumbo, the snapshot, the element tree and a fixed set of queries.
+// Raw bytes as a page: the static reader, its snapshot, the element tree and a fixed set of queries.
 #include "parser/documentsearch.h"
 #include "parser/documenttree.h"
 #include "parser/nodekeys.h"
