@@ -207,8 +207,13 @@ QList<Page> readPages(const QString &folder)
     const QDir dir(folder);
     for (const QString &name : dir.entryList({QStringLiteral("*.html")}, QDir::Files, QDir::Name)) {
         QFile file(dir.filePath(name));
-        if (file.open(QIODevice::ReadOnly))
-            pages.append({name, file.readAll()});
+        if (!file.open(QIODevice::ReadOnly))
+            continue;
+        // The browser and the reader drop a byte order mark; a parser given one makes it text.
+        QByteArray bytes = file.readAll();
+        if (bytes.startsWith("\xEF\xBB\xBF"))
+            bytes.remove(0, 3);
+        pages.append({name, bytes});
     }
     return pages;
 }
