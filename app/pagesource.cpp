@@ -1,7 +1,7 @@
 #include "pagesource.h"
 
 #include "limitedread.h"
-#include "html/gumbodocument.h"
+#include "html/htmldocument.h"
 #include "html/pageencoding.h"
 #include "html/pagereaderror.h"
 

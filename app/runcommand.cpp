@@ -56,7 +56,7 @@ Options parseArguments(const QStringList &arguments)
     QCommandLineParser parser;
     parser.setSingleDashWordOptionMode(QCommandLineParser::ParseAsLongOptions);
     const QCommandLineOption set(QStringLiteral("set"), QStringLiteral("A value for a %name% marker."), QStringLiteral("name=value"));
-    const QCommandLineOption engine(QStringLiteral("engine"), QStringLiteral("static (gumbo) or browser."), QStringLiteral("engine"),
+    const QCommandLineOption engine(QStringLiteral("engine"), QStringLiteral("static (MyHTML) or browser."), QStringLiteral("engine"),
                                     QStringLiteral("static"));
     const QCommandLineOption format(QStringLiteral("format"), QStringLiteral("text or json."), QStringLiteral("format"),
                                     QStringLiteral("text"));

@@ -5,7 +5,7 @@
 #include "parser/documenttree.h"
 #include "parser/nodetree.h"
 #include "parser/treewalks.h"
-#include "html/gumbodocument.h"
+#include "html/htmldocument.h"
 
 #include <QApplication>
 #include <QElapsedTimer>

@@ -3,7 +3,7 @@
 #include "pagegenerator.h"
 #include "parser/documentsearch.h"
 #include "parser/wildcardmatcher.h"
-#include "html/gumbodocument.h"
+#include "html/htmldocument.h"
 
 #include <QElapsedTimer>
 #include <QStringList>

@@ -1,10 +1,10 @@
-// Raw bytes as a page: gumbo, the snapshot, the element tree and a fixed set of queries.
+// Raw bytes as a page: the static reader, its snapshot, the element tree and a fixed set of queries.
 #include "parser/documentsearch.h"
 #include "parser/documenttree.h"
 #include "parser/nodekeys.h"
 #include "parser/nodetree.h"
 #include "parser/wildcardmatcher.h"
-#include "html/gumbodocument.h"
+#include "html/htmldocument.h"
 #include "platform/runtimeerror.h"
 
 #include <QApplication>

@@ -7,8 +7,8 @@
 #include <memory>
 
 // An immutable snapshot of a loaded page: its elements in document order, so an element's
-// position in `elements` is its sourceIndex. Built from the live browser or from gumbo; both
-// give the same elements for the same static page.
+// position in `elements` is its sourceIndex. Built from the live browser or by the static
+// reader; both give the same elements for the same static page.
 //
 // The elements' innerTexts are ranges of one text the document holds, with an upper-case copy
 // of the same length beside it for the search: an element's text usually holds its

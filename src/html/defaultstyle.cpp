@@ -2,6 +2,8 @@
 
 #include <QHash>
 
+
+using namespace Qt::StringLiterals;
 namespace {
 
 using Display = DefaultStyle::Display;
@@ -61,19 +63,19 @@ DefaultStyle htmlStyle(const PageTree &tree, int node)
     DefaultStyle style;
     style.display = htmlDisplays().value(name, Display::Inline);
     style.text = DefaultStyle::TextRendering::Rendered;
-    style.preservesWhitespace = name == u"pre" || name == u"listing" || name == u"plaintext" || name == u"xmp";
+    style.preservesWhitespace = name == u"pre"_s || name == u"listing"_s || name == u"plaintext"_s || name == u"xmp"_s;
 
-    const QString hidden = tree.attribute(node, u"hidden");
+    const QString hidden = tree.attribute(node, u"hidden"_s);
     if (!hidden.isNull()) {
         style.display = hidden.compare(u"until-found", Qt::CaseInsensitive) == 0 ? Display::Locked : Display::None;
-    } else if (name == u"input") {
-        if (tree.attribute(node, u"type").compare(u"hidden", Qt::CaseInsensitive) == 0)
+    } else if (name == u"input"_s) {
+        if (tree.attribute(node, u"type"_s).compare(u"hidden", Qt::CaseInsensitive) == 0)
             style.display = Display::None;
-    } else if (name == u"dialog") {
-        if (tree.attribute(node, u"open").isNull())
+    } else if (name == u"dialog"_s) {
+        if (tree.attribute(node, u"open"_s).isNull())
             style.display = Display::None;
-    } else if (name == u"audio") {
-        if (tree.attribute(node, u"controls").isNull())
+    } else if (name == u"audio"_s) {
+        if (tree.attribute(node, u"controls"_s).isNull())
             style.display = Display::None;
     }
     return style;
@@ -90,19 +92,19 @@ DefaultStyle DefaultStyle::of(const PageTree &tree, int node)
     case PageTree::Namespace::Svg: {
         DefaultStyle style;
         style.display = svgDisplays().value(element.localName, Display::Inline);
-        if (element.localName == u"svg") {
+        if (element.localName == u"svg"_s) {
             // The outermost svg is an atomic box in the HTML around it.
             const int parent = element.parent;
             if (parent < 0 || tree.nodes[size_t(parent)].ns != PageTree::Namespace::Svg)
                 style.display = Display::InlineBlock;
             style.text = TextRendering::Hidden;
-        } else if (element.localName == u"text" || element.localName == u"foreignObject") {
+        } else if (element.localName == u"text"_s || element.localName == u"foreignObject"_s) {
             style.text = TextRendering::Rendered;
         }
         return style;
     }
     case PageTree::Namespace::MathMl:
-        return {Display::Inline, element.localName == u"math" ? TextRendering::Rendered : TextRendering::Inherit,
+        return {Display::Inline, element.localName == u"math"_s ? TextRendering::Rendered : TextRendering::Inherit,
                 false};
     }
     return {};

@@ -392,7 +392,7 @@ qsizetype NestingScan::startTag(qsizetype at)
         while (m_stack.back().space != Space::Html && !isIntegrationPoint(m_stack.back()))
             pop();
     }
-    return htmlStartTag(tag.name, tag.selfClosing, at, tag.end);
+    return htmlStartTag(tag.name, tag.selfClosing, tag.end);
 }
 
 qsizetype NestingScan::endTag(qsizetype at)
@@ -431,7 +431,7 @@ bool NestingScan::isIntegrationPoint(const Entry &entry) const
     return false;
 }
 
-qsizetype NestingScan::htmlStartTag(int name, bool selfClosing, qsizetype tagStart, qsizetype tagEnd)
+qsizetype NestingScan::htmlStartTag(int name, bool selfClosing, qsizetype tagEnd)
 {
     if (inSelect() && !selectStartTag(name))
         return tagEnd;
@@ -482,10 +482,7 @@ qsizetype NestingScan::htmlStartTag(int name, bool selfClosing, qsizetype tagSta
     }
     if (flags & RawContent) {
         m_result.depth = std::max(m_result.depth, int(m_stack.size()) + 1);
-        const qsizetype contentEnd = findEndTag(tagEnd, name);
-        if (name == N_noscript)
-            m_result.noscripts.append({tagStart, tagEnd, contentEnd});
-        return contentEnd;
+        return findEndTag(tagEnd, name);
     }
     if (flags & Void)
         return tagEnd;

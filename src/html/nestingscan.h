@@ -3,13 +3,13 @@
 #include <QByteArray>
 #include <QByteArrayView>
 #include <QHash>
-#include <QList>
 
 #include <vector>
 
-// A linear estimate of how deep gumbo will nest a page's elements, made before gumbo runs:
-// gumbo walks its whole stack of open elements for most start tags, so tens of thousands of
-// unclosed elements take it minutes. The tokenizer is modelled closely (tags, quoted
+// A linear estimate of how deep the parser will nest a page's elements, made before it runs:
+// MyHTML, like any parser that follows the HTML tree construction rules, walks its stack of
+// open elements for most start tags, so tens of thousands of unclosed elements take it
+// seconds, and a page of them minutes. The tokenizer is modelled closely (tags, quoted
 // attributes, comments, raw text); the tree builder coarsely (void and self-closing elements,
 // end tags popping to their element, the usual implied end tags, tables and foreign content).
 // Active formatting elements are not reopened, so misnested formatting can nest deeper than
@@ -17,19 +17,10 @@
 class NestingScan
 {
 public:
-    // A <noscript> start tag and its content: scripting is on in the browser, so the content is
-    // one text node there, while gumbo parses it as markup.
-    struct RawText {
-        qsizetype tagStart = 0;
-        qsizetype contentBegin = 0;
-        qsizetype contentEnd = 0;
-    };
-
     struct Result {
         int depth = 0;           // deepest estimated nesting, the html element counted as 1
         qsizetype startTags = 0; // start tags before the cut
         qsizetype cutAt = -1;    // offset of the first start tag past the cap, or -1
-        QList<RawText> noscripts;
     };
 
     static Result run(QByteArrayView html, qsizetype maxStartTags);
@@ -59,7 +50,7 @@ private:
     qsizetype skipPast(qsizetype from, char c) const;
 
     bool useHtmlRules(int name) const;
-    qsizetype htmlStartTag(int name, bool selfClosing, qsizetype tagStart, qsizetype tagEnd);
+    qsizetype htmlStartTag(int name, bool selfClosing, qsizetype tagEnd);
     bool selectStartTag(int name);
     bool tableStartTag(int name);
     void htmlEndTag(int name);

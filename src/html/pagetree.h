@@ -7,7 +7,7 @@
 #include <vector>
 
 // A parsed page as the browser's DOM holds it (deep nesting flattened, adjacent text merged),
-// the step between gumbo's tree and a Document: it keeps what computing innerText needs.
+// the step between the parser's tree and a Document: it keeps what computing innerText needs.
 class PageTree
 {
 public:

@@ -8,6 +8,8 @@
 
 using Display = DefaultStyle::Display;
 
+
+using namespace Qt::StringLiterals;
 namespace {
 
 bool isBlockBoundary(Display display)
@@ -64,15 +66,15 @@ RenderedText::Rendering RenderedText::childRendering(int parent, int child, bool
         return Rendering::Hidden;
     case Display::Select: {
         // A list box lays its options out; a drop-down shows none of its children.
-        const bool listBox = !m_tree.attribute(parent, u"multiple").isNull()
-            || m_tree.attribute(parent, u"size").toInt() > 1;
-        const bool option = m_tree.isHtml(child, u"option") || m_tree.isHtml(child, u"optgroup");
+        const bool listBox = !m_tree.attribute(parent, u"multiple"_s).isNull()
+            || m_tree.attribute(parent, u"size"_s).toInt() > 1;
+        const bool option = m_tree.isHtml(child, u"option"_s) || m_tree.isHtml(child, u"optgroup"_s);
         return listBox && option ? Rendering::Rendered : Rendering::Hidden;
     }
     default:
         break;
     }
-    if (m_tree.isHtml(parent, u"details") && m_tree.attribute(parent, u"open").isNull())
+    if (m_tree.isHtml(parent, u"details"_s) && m_tree.attribute(parent, u"open"_s).isNull())
         return firstSummary ? Rendering::Rendered : Rendering::Locked;
     return Rendering::Rendered;
 }
@@ -87,7 +89,7 @@ bool RenderedText::textRenderedIn(int parent) const
     case Display::Option:
         return false;
     default:
-        return !(m_tree.isHtml(parent, u"details") && m_tree.attribute(parent, u"open").isNull());
+        return !(m_tree.isHtml(parent, u"details"_s) && m_tree.attribute(parent, u"open"_s).isNull());
     }
 }
 
@@ -159,7 +161,7 @@ void RenderedText::layOut()
                 }
                 continue;
             }
-            const bool summary = !frame.summarySeen && m_tree.isHtml(child, u"summary");
+            const bool summary = !frame.summarySeen && m_tree.isHtml(child, u"summary"_s);
             frame.summarySeen = frame.summarySeen || summary;
             place(child, node, summary);
             stack.push_back({child, 0, false});
@@ -184,7 +186,7 @@ void RenderedText::findLastCellsAndRows()
         } else if (display == Display::TableRow) {
             if (m_style[size_t(owner)].display == Display::TableGroup && m_tree.nodes[size_t(owner)].parent >= 0)
                 owner = m_tree.nodes[size_t(owner)].parent;
-            if (!m_tree.isHtml(owner, u"table"))
+            if (!m_tree.isHtml(owner, u"table"_s))
                 continue;
         } else {
             continue;
@@ -224,7 +226,7 @@ void RenderedText::writeHidden(int root)
     // Text that only SVG and MathML elements hold is nobody's innerText, unless an option
     // reads it.
     const int parent = m_tree.nodes[size_t(root)].parent;
-    if (!html && !(parent >= 0 && m_tree.isHtml(parent, u"option")))
+    if (!html && !(parent >= 0 && m_tree.isHtml(parent, u"option"_s)))
         m_hiddenText.truncate(begin);
 }
 
@@ -337,14 +339,14 @@ void RenderedText::addSelect(int select)
     for (const int child : m_tree.nodes[size_t(select)].children) {
         if (PageTree::isText(child))
             continue;
-        if (m_tree.isHtml(child, u"option")) {
+        if (m_tree.isHtml(child, u"option"_s)) {
             m_writer.addLineBreaks(1);
             addOption(child);
             m_writer.addLineBreaks(1);
-        } else if (m_tree.isHtml(child, u"optgroup")) {
+        } else if (m_tree.isHtml(child, u"optgroup"_s)) {
             m_writer.addLineBreaks(1);
             for (const int option : m_tree.nodes[size_t(child)].children) {
-                if (!PageTree::isText(option) && m_tree.isHtml(option, u"option")) {
+                if (!PageTree::isText(option) && m_tree.isHtml(option, u"option"_s)) {
                     m_writer.addLineBreaks(1);
                     addOption(option);
                     m_writer.addLineBreaks(1);
@@ -382,7 +384,7 @@ QString RenderedText::optionText(int option) const
     for (const int child : m_tree.nodes[size_t(option)].children) {
         if (PageTree::isText(child)) {
             text += m_tree.texts[size_t(PageTree::textIndex(child))];
-        } else if (m_tree.nodes[size_t(child)].localName != u"script") {
+        } else if (m_tree.nodes[size_t(child)].localName != u"script"_s) {
             const Document::TextRange range = m_innerTexts[size_t(child)];
             text += QStringView(m_hiddenText).sliced(range.start, range.length);
         }

@@ -1,5 +1,7 @@
 #include "whitespacecollapser.h"
 
+#include <algorithm>
+
 namespace {
 bool isCollapsible(QChar c)
 {
@@ -25,6 +27,8 @@ void WhitespaceCollapser::text(int index, const QString &data, bool preserve)
         }
         return;
     }
+    if (sharesUnchanged(index, data))
+        return;
     out.clear();
     const qsizetype size = data.size();
     for (qsizetype i = 0; i < size;) {
@@ -53,6 +57,50 @@ void WhitespaceCollapser::text(int index, const QString &data, bool preserve)
         m_edge = Edge::AfterSpace;
         m_trailingSpaceIn = index;
     }
+}
+
+// Most texts are white space alone, or words with single spaces between them that stay as they
+// are: those are decided in one look at each character, and share their data or a space.
+bool WhitespaceCollapser::sharesUnchanged(int index, const QString &data)
+{
+    bool content = false;
+    bool space = m_edge != Edge::AfterContent; // a space here would be dropped or joined
+    for (const QChar c : data) {
+        if (c == u' ') {
+            if (space)
+                return content ? false : allWhitespace(index, data);
+            space = true;
+        } else if (isCollapsible(c)) {
+            return content ? false : allWhitespace(index, data);
+        } else {
+            content = true;
+            space = false;
+        }
+    }
+    m_rendered[size_t(index)] = data;
+    if (!data.isEmpty()) {
+        const bool endsWithSpace = data.back() == u' ';
+        m_edge = endsWithSpace ? Edge::AfterSpace : Edge::AfterContent;
+        m_trailingSpaceIn = endsWithSpace ? index : -1;
+    }
+    return true;
+}
+
+// Text of white space alone becomes one space after content, else nothing; false otherwise.
+bool WhitespaceCollapser::allWhitespace(int index, const QString &data)
+{
+    if (!std::all_of(data.cbegin(), data.cend(), isCollapsible))
+        return false;
+    static const QString space(u' ');
+    QString &out = m_rendered[size_t(index)];
+    if (data.isEmpty() || m_edge != Edge::AfterContent) {
+        out.clear();
+        return true;
+    }
+    out = space;
+    m_edge = Edge::AfterSpace;
+    m_trailingSpaceIn = index;
+    return true;
 }
 
 void WhitespaceCollapser::lineBoundary()

@@ -25,6 +25,9 @@ public:
 private:
     enum class Edge : quint8 { LineStart, AfterSpace, AfterContent };
 
+    bool sharesUnchanged(int index, const QString &data);
+    bool allWhitespace(int index, const QString &data);
+
     std::vector<QString> &m_rendered;
     Edge m_edge = Edge::LineStart;
     int m_trailingSpaceIn = -1; // the text whose last character is a space a line end removes

@@ -1,5 +1,5 @@
 #include "parser/wildcardmatcher.h"
-#include "html/gumbodocument.h"
+#include "html/htmldocument.h"
 #include "queryrunner.h"
 
 #include <QJsonArray>

@@ -1,5 +1,5 @@
 #include "browserloader.h"
-#include "html/gumbodocument.h"
+#include "html/htmldocument.h"
 #include "pagescripts.h"
 #include "pagesource.h"
 #include "parser/wildcardmatcher.h"

@@ -27,6 +27,9 @@ void tst_Document::upperCaseKeepsLength_data()
     QTest::newRow("dotless i and long s") << u"\u0131\u017f"_s << u"IS"_s;
     QTest::newRow("final sigma; iota below stays") << u"\u03c2\u1fb3"_s << u"\u03a3\u1fb3"_s;
     QTest::newRow("a pair past U+FFFF") << u"a\U00010428b"_s << u"A\U00010400B"_s;
+    QTest::newRow("long text, ASCII runs around others")
+        << u"harbour `lane` {books} and caf\u00e9s; a pair \U00010428 across runs: the end ~"_s
+        << u"HARBOUR `LANE` {BOOKS} AND CAF\u00c9S; A PAIR \U00010400 ACROSS RUNS: THE END ~"_s;
     QTest::newRow("unpaired surrogates kept") << u"a\xd801" "b\xdc28"_s << u"A\xd801" "B\xdc28"_s;
 }
 

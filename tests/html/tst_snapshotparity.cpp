@@ -1,4 +1,4 @@
-#include "html/gumbodocument.h"
+#include "html/htmldocument.h"
 #include "browser/webpage.h"
 #include "staticpages.h"
 
@@ -93,11 +93,11 @@ void tst_SnapshotParity::sameSnapshotBothWays()
     for (int i = 0; i < live->length(); ++i) {
         const Document::Element &a = live->item(i);
         const Document::Element &b = parsed->item(i);
-        QVERIFY2(describe(a) == describe(b), qPrintable(QStringLiteral("element %1\n  browser: %2\n  gumbo:   %3")
+        QVERIFY2(describe(a) == describe(b), qPrintable(QStringLiteral("element %1\n  browser: %2\n  static:  %3")
                                                             .arg(i)
                                                             .arg(describe(a), describe(b))));
         QVERIFY2(collapsed(live->innerText(i)) == collapsed(parsed->innerText(i)),
-                 qPrintable(QStringLiteral("innerText of element %1 (%2)\n  browser: %3\n  gumbo:   %4")
+                 qPrintable(QStringLiteral("innerText of element %1 (%2)\n  browser: %3\n  static:  %4")
                                 .arg(i)
                                 .arg(a.tagName, collapsed(live->innerText(i)), collapsed(parsed->innerText(i)))));
     }

@@ -1,18 +1,22 @@
-#include "gumbodocument.h"
+#include "htmldocument.h"
 
 #include "asciiwhitespace.h"
-#include "gumboarena.h"
-#include "gumboparse.h"
-#include "gumbotreereader.h"
+#include "htmltree.h"
 #include "nestingscan.h"
 #include "pageencoding.h"
 #include "pagereaderror.h"
+#include "pagetreereader.h"
 #include "renderedtext.h"
 
 #include <QCoreApplication>
 #include <QLocale>
 #include <QTextBoundaryFinder>
 
+#include <algorithm>
+#include <cstring>
+
+
+using namespace Qt::StringLiterals;
 namespace {
 
 // The browser splits longer runs of text into several text nodes, except in scripts and styles.
@@ -28,32 +32,10 @@ QString translated(const char *text)
     return QCoreApplication::translate("parseHtmlDocument", text);
 }
 
-// Scripting is on in the browser, so a noscript element holds its content as raw text; gumbo is
-// given the element empty and the text is put back afterwards.
-QByteArray withoutNoscriptContent(QByteArrayView html, const NestingScan::Result &scan,
-                                  QHash<qsizetype, QString> &noscriptTexts)
-{
-    QByteArray result;
-    result.reserve(html.size());
-    qsizetype copied = 0;
-    for (const NestingScan::RawText &raw : scan.noscripts) {
-        const qsizetype removed = copied - result.size();
-        result.append(html.sliced(copied, raw.contentBegin - copied));
-        QString text = QString::fromUtf8(html.sliced(raw.contentBegin, raw.contentEnd - raw.contentBegin));
-        text.replace(QStringLiteral("\r\n"), QStringLiteral("\n"));
-        text.replace(u'\r', u'\n');
-        text.replace(QChar(0), QChar::ReplacementCharacter);
-        noscriptTexts.insert(raw.tagStart - removed, text);
-        copied = raw.contentEnd;
-    }
-    result.append(html.sliced(copied));
-    return result;
-}
-
 QString collapsedTitle(const PageTree &tree)
 {
     for (size_t i = 0; i < tree.nodes.size(); ++i) {
-        if (!tree.isHtml(int(i), u"title"))
+        if (!tree.isHtml(int(i), u"title"_s))
             continue;
         QString text;
         for (const int child : tree.nodes[i].children) {
@@ -67,7 +49,7 @@ QString collapsedTitle(const PageTree &tree)
 
 bool keepsLongText(const PageTree::Node &node)
 {
-    return node.localName == u"script" || (node.ns == PageTree::Namespace::Html && node.localName == u"style");
+    return node.localName == u"script"_s || (node.ns == PageTree::Namespace::Html && node.localName == u"style"_s);
 }
 
 void appendText(QList<Document::ChildNode> &children, const QString &text, bool split)
@@ -96,7 +78,7 @@ void appendText(QList<Document::ChildNode> &children, const QString &text, bool 
     }
 }
 
-// The input as gumbo should see it: valid UTF-8 without a byte order mark, decoded from the
+// The input as the parser should see it: valid UTF-8 without a byte order mark, decoded from the
 // encoding the browser would read the page in.
 QByteArrayView validUtf8(const QByteArray &html, QByteArrayView transportCharset, QByteArray &storage)
 {
@@ -114,25 +96,21 @@ QByteArrayView validUtf8(const QByteArray &html, QByteArrayView transportCharset
     return storage;
 }
 
-PageTree readTree(QByteArrayView input, const NestingScan::Result &scan, const ParseLimits &limits)
+// A page with few tags can neither nest past the limit nor reach the element cap: a start tag
+// opens at most two levels on average (a cell in a new table implies a row group and a row),
+// and html and body come without one. Most pages are such, and skip the pre-scan.
+bool needsNestingScan(QByteArrayView input, const ParseLimits &limits)
 {
-    if (scan.cutAt >= 0)
-        input = input.first(scan.cutAt);
-    QHash<qsizetype, QString> noscriptTexts;
-    QByteArray prepared;
-    if (!scan.noscripts.isEmpty()) {
-        prepared = withoutNoscriptContent(input, scan, noscriptTexts);
-        input = prepared;
+    const qsizetype mostTags = std::min(qsizetype(limits.maxElements), qsizetype(limits.maxDepth - 3) / 2);
+    const char *at = input.data();
+    const char *const end = at + input.size();
+    for (qsizetype tags = 0; tags <= mostTags; ++tags) {
+        at = at < end ? static_cast<const char *>(std::memchr(at, '<', size_t(end - at))) : nullptr;
+        if (!at)
+            return false;
+        ++at;
     }
-    GumboArena arena;
-    GumboOptions options = kGumboDefaultOptions;
-    arena.install(options);
-    options.max_errors = limits.maxErrors;
-    QString failure;
-    const GumboOutput *output = runGumbo(options, input, &failure);
-    if (!output)
-        throw PageReadError(translated("the parser failed on this page (%1)").arg(failure));
-    return GumboTreeReader::read(*output, input.data(), noscriptTexts, limits.maxElements);
+    return true;
 }
 
 Document::Element takeElement(PageTree &tree, int index, Document::TextRange innerText)
@@ -141,7 +119,7 @@ Document::Element takeElement(PageTree &tree, int index, Document::TextRange inn
     Document::Element element;
     element.tagName = std::move(node.tagName);
     element.parent = node.parent;
-    element.id = tree.attribute(index, u"id");
+    element.id = tree.attribute(index, u"id"_s);
     element.innerText = innerText;
     element.children.reserve(qsizetype(node.children.size()));
     const bool split = !keepsLongText(node);
@@ -165,12 +143,15 @@ DocumentPtr parseHtmlDocument(const QByteArray &html, const QString &url, const 
     }
     QByteArray storage;
     const QByteArrayView input = validUtf8(html, transportCharset, storage);
-    const NestingScan::Result scan = NestingScan::run(input, limits.maxElements);
+    const NestingScan::Result scan = needsNestingScan(input, limits) ? NestingScan::run(input, limits.maxElements)
+                                                                     : NestingScan::Result{};
     if (scan.depth > limits.maxDepth) {
         throw PageReadError(translated("the page nests elements %1 deep; at most %2 can be read")
                                 .arg(number(scan.depth), number(limits.maxDepth)));
     }
-    PageTree tree = readTree(input, scan, limits);
+    const HtmlTree parsed(scan.cutAt >= 0 ? input.first(scan.cutAt) : input);
+    // The page's own style sheets, when they are applied, are read here from parsed.
+    PageTree tree = PageTreeReader::read(parsed, limits.maxElements);
     RenderedText::Texts texts = RenderedText::collect(tree, limits.maxTextChars);
 
     auto document = std::make_shared<Document>();

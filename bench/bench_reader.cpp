@@ -1,8 +1,8 @@
-// Times gumbo parse + snapshot on a generated 30,000-element page, on deeply nested pages and
-// on the example pages.
-// Usage: bench_gumbo [folder of .html files]
+// Times the static reader (parse + snapshot) on a generated 30,000-element page, on deeply
+// nested pages and on the example pages.
+// Usage: bench_reader [folder of .html files]
 
-#include "html/gumbodocument.h"
+#include "html/htmldocument.h"
 #include "html/nestingscan.h"
 #include "html/pagereaderror.h"
 
