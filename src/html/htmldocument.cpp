@@ -4,6 +4,7 @@
 #include "htmltree.h"
 #include "nestingscan.h"
 #include "pageencoding.h"
+#include "pagestyles.h"
 #include "pagereaderror.h"
 #include "pagetreereader.h"
 #include "renderedtext.h"
@@ -150,9 +151,10 @@ DocumentPtr parseHtmlDocument(const QByteArray &html, const QString &url, const 
                                 .arg(number(scan.depth), number(limits.maxDepth)));
     }
     const HtmlTree parsed(scan.cutAt >= 0 ? input.first(scan.cutAt) : input);
-    // The page's own style sheets, when they are applied, are read here from parsed.
-    PageTree tree = PageTreeReader::read(parsed, limits.maxElements);
-    RenderedText::Texts texts = RenderedText::collect(tree, limits.maxTextChars);
+    std::vector<myhtml_tree_node_t *> sources;
+    PageTree tree = PageTreeReader::read(parsed, limits.maxElements, &sources);
+    const std::vector<CssStyle> styles = PageStyles::declared(parsed, sources);
+    RenderedText::Texts texts = RenderedText::collect(tree, limits.maxTextChars, styles);
 
     auto document = std::make_shared<Document>();
     document->url = url;

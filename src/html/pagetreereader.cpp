@@ -55,9 +55,10 @@ TagNames namesOf(QString name)
 class Reader
 {
 public:
-    Reader(const HtmlTree &html, int maxElements)
+    Reader(const HtmlTree &html, int maxElements, std::vector<myhtml_tree_node_t *> *sources)
         : m_html(html)
         , m_maxElements(maxElements)
+        , m_sources(sources)
     {
     }
     PageTree read();
@@ -70,6 +71,7 @@ private:
 
     const HtmlTree &m_html;
     const int m_maxElements;
+    std::vector<myhtml_tree_node_t *> *m_sources;
     PageTree m_tree;
     QHash<myhtml_tag_id_t, TagNames> m_unknownTags;
     QSet<QString> m_seen;
@@ -295,6 +297,8 @@ PageTree Reader::read()
                 continue;
             }
             const int index = addElement(node, attachTo);
+            if (m_sources)
+                m_sources->push_back(node);
             // A template's content lives in a fragment of its own, outside the document.
             const bool isTemplate = myhtml_node_tag_id(node) == MyHTML_TAG_TEMPLATE
                 && myhtml_node_namespace(node) == MyHTML_NAMESPACE_HTML;
@@ -330,7 +334,7 @@ PageTree Reader::read()
 
 } // namespace
 
-PageTree PageTreeReader::read(const HtmlTree &html, int maxElements)
+PageTree PageTreeReader::read(const HtmlTree &html, int maxElements, std::vector<myhtml_tree_node_t *> *sources)
 {
-    return Reader(html, maxElements).read();
+    return Reader(html, maxElements, sources).read();
 }

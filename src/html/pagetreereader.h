@@ -3,6 +3,8 @@
 #include "htmltree.h"
 #include "pagetree.h"
 
+#include <vector>
+
 // Turns MyHTML's tree into the tree the browser's parser would have built from the same page.
 class PageTreeReader
 {
@@ -12,6 +14,7 @@ public:
     // level below this depth (the html element at depth 1).
     static constexpr int kFlattenDepth = 512;
 
-    // Elements past maxElements are left out and the tree marked cut.
-    static PageTree read(const HtmlTree &html, int maxElements);
+    // Elements past maxElements are left out and the tree marked cut. Given sources, each
+    // element's MyHTML node is put there, in the tree's order.
+    static PageTree read(const HtmlTree &html, int maxElements, std::vector<myhtml_tree_node_t *> *sources = nullptr);
 };

@@ -29,7 +29,7 @@ bool isBlockBoundary(Display display)
 
 } // namespace
 
-RenderedText::RenderedText(const PageTree &tree)
+RenderedText::RenderedText(const PageTree &tree, const std::vector<CssStyle> &styles)
     : m_tree(tree)
     , m_count(tree.nodes.size())
     , m_style(m_count)
@@ -46,6 +46,100 @@ RenderedText::RenderedText(const PageTree &tree)
 {
     for (size_t i = 0; i < m_count; ++i)
         m_style[i] = DefaultStyle::of(tree, int(i));
+    if (styles.size() == m_count)
+        applyStyles(styles);
+}
+
+namespace {
+
+// An element's box as the page's CSS makes it. Replaced elements, line breaks, form controls and
+// content-visibility keep their own kind; a p keeps its two line breaks; any element can be taken
+// out of the layout.
+Display styledDisplay(Display base, CssStyle::Display css, Display parent)
+{
+    using C = CssStyle::Display;
+    if (css == C::Unset)
+        return base;
+    if (css == C::None)
+        return Display::None;
+    switch (base) {
+    case Display::Locked:
+    case Display::Replaced:
+    case Display::LineBreak:
+    case Display::Select:
+    case Display::Option:
+    case Display::Paragraph:
+        return base;
+    default:
+        break;
+    }
+    switch (css) {
+    case C::Inherit: return parent;
+    case C::Inline: return Display::Inline;
+    case C::Block: return Display::Block;
+    case C::InlineBlock: return Display::InlineBlock;
+    case C::TableGroup: return Display::TableGroup;
+    case C::TableRow: return Display::TableRow;
+    case C::TableCell: return Display::TableCell;
+    default: return base;
+    }
+}
+
+// Words begin after anything that is not a letter, a digit or an apostrophe ("O'neil").
+QString capitalized(QString text)
+{
+    bool wordStart = true;
+    for (QChar &c : text) {
+        if (wordStart && c.isLetter())
+            c = c.toUpper();
+        wordStart = !c.isLetterOrNumber() && c != u'\'' && c != u'\u2019';
+    }
+    return text;
+}
+
+} // namespace
+
+void RenderedText::applyStyles(const std::vector<CssStyle> &styles)
+{
+    m_visible.assign(m_count, true);
+    m_transform.assign(m_count, CssStyle::TextTransform::None);
+    m_whiteSpace.assign(m_count, CssStyle::WhiteSpace::Unset);
+    m_textOwner.assign(m_tree.texts.size(), -1);
+    // A parent comes before its children in document order: each inherits from one already done.
+    for (size_t i = 0; i < m_count; ++i) {
+        const int parent = m_tree.nodes[i].parent;
+        const CssStyle &css = styles[i];
+        m_style[i].display = styledDisplay(m_style[i].display, css.display, parent < 0 ? Display::Inline : m_style[size_t(parent)].display);
+        m_visible[i] = css.visibility == CssStyle::Visibility::Unset ? (parent < 0 || m_visible[size_t(parent)])
+                                                                      : css.visibility == CssStyle::Visibility::Visible;
+        m_transform[i] = css.textTransform != CssStyle::TextTransform::Unset ? css.textTransform
+                         : parent >= 0                                        ? m_transform[size_t(parent)]
+                                                                              : CssStyle::TextTransform::None;
+        m_whiteSpace[i] = css.whiteSpace;
+    }
+}
+
+void RenderedText::transformTexts()
+{
+    for (size_t text = 0; text < m_textOwner.size(); ++text) {
+        const int owner = m_textOwner[text];
+        if (owner < 0 || !m_textRendered[text])
+            continue;
+        QString &rendered = m_renderedTexts[text];
+        switch (m_transform[size_t(owner)]) {
+        case CssStyle::TextTransform::Uppercase:
+            rendered = rendered.toUpper();
+            break;
+        case CssStyle::TextTransform::Lowercase:
+            rendered = rendered.toLower();
+            break;
+        case CssStyle::TextTransform::Capitalize:
+            rendered = capitalized(std::move(rendered));
+            break;
+        default:
+            break;
+        }
+    }
 }
 
 RenderedText::Rendering RenderedText::childRendering(int parent, int child, bool firstSummary) const
@@ -120,7 +214,11 @@ void RenderedText::place(int node, int parent, bool firstSummary)
     const bool inPre = parent >= 0 && m_preserve[size_t(parent)];
     const bool inRenderedText = parent >= 0 && m_textRenders[size_t(parent)];
     m_rendering[size_t(node)] = rendering;
-    m_preserve[size_t(node)] = inPre || style.preservesWhitespace;
+    // The page's white-space on the element itself comes before the default sheet's, which comes
+    // before what the parent passes on. pre-line is taken as normal.
+    const CssStyle::WhiteSpace declared = m_whiteSpace.empty() ? CssStyle::WhiteSpace::Unset : m_whiteSpace[size_t(node)];
+    m_preserve[size_t(node)] = declared == CssStyle::WhiteSpace::Unset ? inPre || style.preservesWhitespace
+                                                                       : declared == CssStyle::WhiteSpace::Preserve;
     m_textRenders[size_t(node)] = rendering == Rendering::Rendered
         && (style.text == DefaultStyle::TextRendering::Rendered
             || (style.text == DefaultStyle::TextRendering::Inherit && inRenderedText));
@@ -155,8 +253,10 @@ void RenderedText::layOut()
             const int child = children[frame.next++];
             if (PageTree::isText(child)) {
                 const int text = PageTree::textIndex(child);
-                if (m_rendering[size_t(node)] == Rendering::Rendered && textRenderedIn(node)) {
+                if (m_rendering[size_t(node)] == Rendering::Rendered && textRenderedIn(node) && visible(node)) {
                     m_textRendered[size_t(text)] = true;
+                    if (!m_textOwner.empty())
+                        m_textOwner[size_t(text)] = node;
                     m_collapser.text(text, m_tree.texts[size_t(text)], m_preserve[size_t(node)]);
                 }
                 continue;
@@ -168,6 +268,8 @@ void RenderedText::layOut()
         }
     }
     m_collapser.finish();
+    if (!m_textOwner.empty())
+        transformTexts();
 }
 
 void RenderedText::findLastCellsAndRows()
@@ -181,8 +283,7 @@ void RenderedText::findLastCellsAndRows()
         if (owner < 0)
             continue;
         if (display == Display::TableCell) {
-            if (m_style[size_t(owner)].display != Display::TableRow)
-                continue;
+            // Cells side by side are a row, the parent's box or an anonymous one around them.
         } else if (display == Display::TableRow) {
             if (m_style[size_t(owner)].display == Display::TableGroup && m_tree.nodes[size_t(owner)].parent >= 0)
                 owner = m_tree.nodes[size_t(owner)].parent;
@@ -294,6 +395,8 @@ bool RenderedText::openOwn(int node)
 
 void RenderedText::addBefore(int child)
 {
+    if (!visible(child))
+        return; // an invisible box adds no line breaks of its own
     switch (m_style[size_t(child)].display) {
     case Display::LineBreak:
         m_writer.addText(u"\n");
@@ -312,6 +415,8 @@ void RenderedText::addBefore(int child)
 
 void RenderedText::addAfter(int child)
 {
+    if (!visible(child))
+        return;
     switch (m_style[size_t(child)].display) {
     case Display::TableCell:
         if (m_hasNext[size_t(child)])
@@ -392,9 +497,9 @@ QString RenderedText::optionText(int option) const
     return stripAndCollapseAsciiWhitespace(text);
 }
 
-RenderedText::Texts RenderedText::collect(const PageTree &tree, qsizetype maxChars)
+RenderedText::Texts RenderedText::collect(const PageTree &tree, qsizetype maxChars, const std::vector<CssStyle> &styles)
 {
-    RenderedText collector(tree);
+    RenderedText collector(tree, styles);
     return collector.run(maxChars);
 }
 

@@ -3,6 +3,7 @@
 #include "defaultstyle.h"
 #include "document/document.h"
 #include "innertextwriter.h"
+#include "pagestyles.h"
 #include "pagetree.h"
 #include "whitespacecollapser.h"
 
@@ -16,10 +17,11 @@
 // and the text content of each hidden subtree, which hidden elements give instead. So the cost
 // is linear in the page, however deep it nests.
 //
-// Where this static result can differ from the live browser's:
-// - the page's own CSS is not applied: display and visibility (elements hidden, shown, made
-//   blocks or inline), white-space, text-transform, and ::before/::after content, which is never
-//   innerText but can add or remove line breaks around it;
+// The page's own CSS (pagestyles.h) changes it where it sets display, visibility, white-space
+// and text-transform. Where this static result can differ from the live browser's:
+// - CSS the reader does not see: rules inside @media, linked style sheets, ::before/::after
+//   content (never innerText, but it can add or remove line breaks around it), white-space:
+//   pre-line (taken as normal), and words capitalized across element boundaries;
 // - form controls follow the browser's defaults: no input value or textarea text, every option
 //   of a select on a line of its own whichever is selected, and an option inside a drop-down
 //   gives its raw text content; a value set by a script is never seen;
@@ -36,14 +38,18 @@ public:
         std::vector<Document::TextRange> innerTexts; // by element, where text holds it
     };
 
-    // Throws PageReadError when the text would exceed maxChars.
-    static Texts collect(const PageTree &tree, qsizetype maxChars);
+    // styles: what the page's CSS declares on each element, or empty. Throws PageReadError when
+    // the text would exceed maxChars.
+    static Texts collect(const PageTree &tree, qsizetype maxChars, const std::vector<CssStyle> &styles = {});
 
 private:
     // Hidden: no box, innerText is the text content. Locked: laid out but skipped, innerText empty.
     enum class Rendering : quint8 { Rendered, Hidden, Locked };
 
-    explicit RenderedText(const PageTree &tree);
+    RenderedText(const PageTree &tree, const std::vector<CssStyle> &styles);
+    void applyStyles(const std::vector<CssStyle> &styles);
+    bool visible(int node) const { return m_visible.empty() || m_visible[size_t(node)]; }
+    void transformTexts();
     Texts run(qsizetype maxChars);
     void layOut();
     void place(int node, int parent, bool firstSummary);
@@ -64,6 +70,11 @@ private:
     const PageTree &m_tree;
     const size_t m_count;
     std::vector<DefaultStyle> m_style;
+    // From the page's CSS; empty when it has none.
+    std::vector<bool> m_visible;
+    std::vector<CssStyle::TextTransform> m_transform;
+    std::vector<CssStyle::WhiteSpace> m_whiteSpace;
+    std::vector<int> m_textOwner; // the element a text is rendered in, or -1
     std::vector<Rendering> m_rendering;
     std::vector<bool> m_textRenders;
     std::vector<bool> m_preserve;

@@ -2,17 +2,16 @@
 #include "browser/webpage.h"
 #include "staticpages.h"
 
-#include <QRegularExpression>
 #include <QWebEngineView>
 #include <QtTest>
 
 namespace {
 
 
-QString collapsed(QStringView text)
+// Line breaks and tabs shown, for a message on one line.
+QString visible(QStringView text)
 {
-    static const QRegularExpression spaces(QStringLiteral("\\s+"));
-    return text.toString().replace(spaces, QStringLiteral(" ")).trimmed();
+    return text.toString().replace(u'\n', QStringLiteral("\\n")).replace(u'\t', QStringLiteral("\\t"));
 }
 
 QString describe(const Document::Element &element)
@@ -96,10 +95,10 @@ void tst_SnapshotParity::sameSnapshotBothWays()
         QVERIFY2(describe(a) == describe(b), qPrintable(QStringLiteral("element %1\n  browser: %2\n  static:  %3")
                                                             .arg(i)
                                                             .arg(describe(a), describe(b))));
-        QVERIFY2(collapsed(live->innerText(i)) == collapsed(parsed->innerText(i)),
+        QVERIFY2(live->innerText(i) == parsed->innerText(i),
                  qPrintable(QStringLiteral("innerText of element %1 (%2)\n  browser: %3\n  static:  %4")
                                 .arg(i)
-                                .arg(a.tagName, collapsed(live->innerText(i)), collapsed(parsed->innerText(i)))));
+                                .arg(a.tagName, visible(live->innerText(i)), visible(parsed->innerText(i)))));
     }
 }
 
