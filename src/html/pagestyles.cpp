@@ -14,7 +14,7 @@ namespace PageStyles {
 
 namespace {
 
-enum Property { Display, Visibility, TextTransform, WhiteSpace, PropertyCount };
+enum Property { Display, Visibility, TextTransform, WhiteSpace, Float, Position, PropertyCount };
 
 // A declared inherited value "inherit": it wins the cascade like any other, then means Unset.
 constexpr quint8 Inherit = 0xFF;
@@ -107,6 +107,11 @@ std::optional<std::pair<Property, quint8>> valueOf(const mycss_declaration_entry
         case MyCSS_PROPERTY_WHITE_SPACE_UNSET: return std::pair{WhiteSpace, Inherit};
         }
         return std::nullopt;
+    case MyCSS_PROPERTY_TYPE_FLOAT:
+        return std::pair{Float, quint8(v == MyCSS_PROPERTY_FLOAT_LEFT || v == MyCSS_PROPERTY_FLOAT_RIGHT || v == MyCSS_PROPERTY_FLOAT_START
+                                       || v == MyCSS_PROPERTY_FLOAT_END)};
+    case MyCSS_PROPERTY_TYPE_POSITION:
+        return std::pair{Position, quint8(v == MyCSS_PROPERTY_POSITION_ABSOLUTE || v == MyCSS_PROPERTY_POSITION_FIXED)};
     default:
         return std::nullopt;
     }
@@ -186,6 +191,7 @@ public:
             styles[i].visibility = CssStyle::Visibility(value(Visibility));
             styles[i].textTransform = CssStyle::TextTransform(value(TextTransform));
             styles[i].whiteSpace = CssStyle::WhiteSpace(value(WhiteSpace));
+            styles[i].outOfFlow = m_declared[i].value[Float] == 1 || m_declared[i].value[Position] == 1;
         }
         return styles;
     }

@@ -6,7 +6,7 @@
 
 #include <vector>
 
-// What the page's own CSS declares on an element, for the four properties innerText depends on.
+// What the page's own CSS declares on an element, for the properties innerText depends on.
 // Unset where no rule of the page sets a property (the browser's defaults and inheritance
 // then decide).
 struct CssStyle {
@@ -19,6 +19,8 @@ struct CssStyle {
     Visibility visibility = Visibility::Unset;
     TextTransform textTransform = TextTransform::Unset;
     WhiteSpace whiteSpace = WhiteSpace::Unset;
+    // Floated or absolutely positioned: the box is a block whatever its display says.
+    bool outOfFlow = false;
 };
 
 // The cascade of the page's <style> elements and style attributes, with the browser's order:

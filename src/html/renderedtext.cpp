@@ -52,10 +52,27 @@ RenderedText::RenderedText(const PageTree &tree, const std::vector<CssStyle> &st
 
 namespace {
 
+Display declaredDisplay(Display base, CssStyle::Display css, Display parent);
+
 // An element's box as the page's CSS makes it. Replaced elements, line breaks, form controls and
 // content-visibility keep their own kind; a p keeps its two line breaks; any element can be taken
-// out of the layout.
-Display styledDisplay(Display base, CssStyle::Display css, Display parent)
+// out of the layout; a float or an absolutely positioned box is a block.
+Display styledDisplay(Display base, const CssStyle &style, Display parent)
+{
+    const Display display = declaredDisplay(base, style.display, parent);
+    switch (display) {
+    case Display::Inline:
+    case Display::InlineBlock:
+    case Display::TableGroup:
+    case Display::TableRow:
+    case Display::TableCell:
+        return style.outOfFlow ? Display::Block : display;
+    default:
+        return display;
+    }
+}
+
+Display declaredDisplay(Display base, CssStyle::Display css, Display parent)
 {
     using C = CssStyle::Display;
     if (css == C::Unset)
@@ -109,7 +126,7 @@ void RenderedText::applyStyles(const std::vector<CssStyle> &styles)
     for (size_t i = 0; i < m_count; ++i) {
         const int parent = m_tree.nodes[i].parent;
         const CssStyle &css = styles[i];
-        m_style[i].display = styledDisplay(m_style[i].display, css.display, parent < 0 ? Display::Inline : m_style[size_t(parent)].display);
+        m_style[i].display = styledDisplay(m_style[i].display, css, parent < 0 ? Display::Inline : m_style[size_t(parent)].display);
         m_visible[i] = css.visibility == CssStyle::Visibility::Unset ? (parent < 0 || m_visible[size_t(parent)])
                                                                       : css.visibility == CssStyle::Visibility::Visible;
         m_transform[i] = css.textTransform != CssStyle::TextTransform::Unset ? css.textTransform
