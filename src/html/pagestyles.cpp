@@ -1,6 +1,8 @@
 #include "pagestyles.h"
 
-#include <QHash>
+#include "cssrules.h"
+
+#include <QByteArray>
 
 #include <mycss/declaration/init.h>
 #include <mycss/mycss.h>
@@ -170,11 +172,12 @@ thread_local Engine t_engine;
 class Cascade
 {
 public:
+    // Each node knows its element, one past its index, through MyHTML's own slot for the
+    // caller's data; the tree is cleaned before it is used again.
     Cascade(const HtmlTree &html, const std::vector<myhtml_tree_node_t *> &sources) : m_html(html), m_sources(sources)
     {
-        m_index.reserve(qsizetype(sources.size()));
         for (size_t i = 0; i < sources.size(); ++i)
-            m_index.insert(sources[i], int(i));
+            myhtml_node_set_data(sources[i], reinterpret_cast<void *>(i + 1));
     }
 
     std::vector<CssStyle> run(const std::vector<int> &styleElements, const std::vector<int> &styledElements)
@@ -216,9 +219,9 @@ private:
                       mycss_selectors_specificity_t *specificity, void *context)
     {
         auto *cascade = static_cast<Cascade *>(context);
-        const auto element = cascade->m_index.constFind(node);
-        if (element != cascade->m_index.cend())
-            cascade->declare(*element, list->declaration_entry, false, *specificity);
+        const auto element = reinterpret_cast<size_t>(myhtml_node_get_data(node));
+        if (element > 0 && element <= cascade->m_declared.size()) // not an element past a cut
+            cascade->declare(int(element - 1), list->declaration_entry, false, *specificity);
     }
 
     void applySheet(int element)
@@ -229,6 +232,9 @@ private:
             if (myhtml_node_tag_id(child) == MyHTML_TAG__TEXT)
                 css += m_html.source(child);
         }
+        css = CssRules::textRules(css);
+        if (css.isEmpty())
+            return;
         mycss_entry_t *entry = t_engine.entry();
         mycss_entry_clean(entry);
         if (mycss_parse(entry, MyENCODING_UTF_8, css.constData(), size_t(css.size())) != MyCSS_STATUS_OK)
@@ -254,7 +260,7 @@ private:
         myhtml_tree_attr_t *style = myhtml_attribute_by_key(m_sources[size_t(element)], "style", 5);
         size_t length = 0;
         const char *text = style ? myhtml_attribute_value(style, &length) : nullptr;
-        if (!text || length == 0)
+        if (!text || length == 0 || !CssRules::mentionsTextProperty(QByteArrayView(text, qsizetype(length))))
             return;
         mycss_entry_t *entry = t_engine.entry();
         mycss_entry_clean(entry);
@@ -265,7 +271,6 @@ private:
 
     const HtmlTree &m_html;
     const std::vector<myhtml_tree_node_t *> &m_sources;
-    QHash<myhtml_tree_node_t *, int> m_index;
     std::vector<Declared> m_declared;
     quint32 m_order = 0;
 };
