@@ -18,7 +18,7 @@ int elementIndex(const QJsonValue &value)
 QStringList PageBridge::publishedSlots()
 {
     return {QStringLiteral("pointerOver"), QStringLiteral("pointerOut"), QStringLiteral("doubleClicked"),
-            QStringLiteral("selectionChanged")};
+            QStringLiteral("selectionChanged"), QStringLiteral("viewportChanged")};
 }
 
 void PageBridge::pointerOver(const QJsonValue &sourceIndex)
@@ -42,4 +42,9 @@ void PageBridge::selectionChanged(const QJsonValue &sourceIndex)
 {
     if (const int index = elementIndex(sourceIndex); index >= 0)
         emit selectionMoved(index);
+}
+
+void PageBridge::viewportChanged()
+{
+    emit viewportMoved();
 }

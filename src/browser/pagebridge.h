@@ -21,10 +21,13 @@ public slots:
     void pointerOut();
     void doubleClicked(const QJsonValue &sourceIndex);
     void selectionChanged(const QJsonValue &sourceIndex);
+    void viewportChanged();
 
 signals:
     void elementPointed(int sourceIndex);
     void pointerLeft();
     void elementDoubleClicked(int sourceIndex);
     void selectionMoved(int sourceIndex);
+    // The page scrolled or the view changed size: what the page shows has moved.
+    void viewportMoved();
 };

@@ -193,6 +193,25 @@ void WebPage::requestSelectionElement(std::function<void(int)> done)
     });
 }
 
+void WebPage::requestElementRects(const QList<int> &indexes, std::function<void(QList<ElementRect>)> done)
+{
+    QJsonArray encoded;
+    for (const int index : indexes)
+        encoded.append(index);
+    callBridge(QStringLiteral("rects"), QJsonArray{encoded}, [done = std::move(done)](const QVariant &result) {
+        // Numbers only, as many as make whole rectangles: the rest is not what the script writes.
+        const QJsonArray flat = QJsonDocument::fromJson(result.toString().toUtf8()).array();
+        QList<ElementRect> rects;
+        for (qsizetype i = 0; i + 4 < flat.size(); i += 5) {
+            const int index = flat.at(i).toInt(-1);
+            const QRectF rect(flat.at(i + 1).toDouble(), flat.at(i + 2).toDouble(), flat.at(i + 3).toDouble(), flat.at(i + 4).toDouble());
+            if (index >= 0 && rect.isValid())
+                rects.append({index, rect});
+        }
+        done(rects);
+    });
+}
+
 void WebPage::scrollToElement(int sourceIndex)
 {
     callBridge(QStringLiteral("scrollTo"), QJsonArray{sourceIndex});

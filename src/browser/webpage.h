@@ -5,6 +5,8 @@
 #include <QWebEnginePage>
 #include <QWebEngineScript>
 
+#include <QRectF>
+
 #include <functional>
 
 class PageBridge;
@@ -46,6 +48,13 @@ public:
     void requestSnapshot(std::function<void(DocumentPtr)> done, const SnapshotLimits &limits = {});
     // The sourceIndex of the element holding the selection or caret, -1 for none.
     void requestSelectionElement(std::function<void(int)> done);
+    // Where those of the elements (by sourceIndex) that the view shows are, in the view's
+    // coordinates; elements off the view or without a box are left out.
+    struct ElementRect {
+        int index;
+        QRectF rect;
+    };
+    void requestElementRects(const QList<int> &indexes, std::function<void(QList<ElementRect>)> done);
     // Scrolls an element (by sourceIndex; -1 for the document element) to the top of the view.
     void scrollToElement(int sourceIndex);
     void clearSelection();

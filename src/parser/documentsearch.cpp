@@ -88,12 +88,13 @@ bool MatchesAttributeFilters(const Document &document, int element, const QStrin
     return AttributeFilters(filters).matches(document, element);
 }
 
-int ScanDocument(const Document &document, int16_t start, const QString &searchText, const QStringList &filters,
-                 const WildcardMatcher &matcher, int *matchCount)
+namespace {
+
+// The scan, telling each element that fits to fitting, which returns whether to go on.
+template <typename Fitting>
+void scan(const Document &document, int16_t start, const QString &searchText, const QStringList &filters,
+          const WildcardMatcher &matcher, Fitting fitting)
 {
-    int found = -1;
-    if (matchCount)
-        *matchCount = 0;
     const bool hasText = !trimBlanks(searchText).isEmpty();
     const WildcardMatcher::Prepared pattern = matcher.prepare(toUpperKeepingLength(searchText));
     const AttributeFilters attributeFilters(filters);
@@ -112,16 +113,39 @@ int ScanDocument(const Document &document, int16_t start, const QString &searchT
         const bool fits = filtersFirst && !(hasText && pattern.mayRaise(text.size()))
                               ? attributeFilters.matches(document, i) && textFits()
                               : textFits() && (attributeFilters.isEmpty() || attributeFilters.matches(document, i));
-        if (fits) {
-            if (!matchCount)
-                return i;
-            if (found < 0)
-                found = i;
-            ++*matchCount;
-        }
+        if (fits && !fitting(i))
+            return;
         if (i == INT16_MAX)
             throw RuntimeError(ErrorNumber::Overflow,
                                QStringLiteral("Overflow: the search counts at most 32,768 elements of a page"));
     }
+}
+
+} // namespace
+
+int ScanDocument(const Document &document, int16_t start, const QString &searchText, const QStringList &filters,
+                 const WildcardMatcher &matcher, int *matchCount)
+{
+    int found = -1;
+    if (matchCount)
+        *matchCount = 0;
+    scan(document, start, searchText, filters, matcher, [&](int i) {
+        if (found < 0)
+            found = i;
+        if (matchCount)
+            ++*matchCount;
+        return matchCount != nullptr;
+    });
+    return found;
+}
+
+QList<int> FindAllMatches(const Document &document, const QString &searchText, const QStringList &filters,
+                          const WildcardMatcher &matcher)
+{
+    QList<int> found;
+    scan(document, 0, searchText, filters, matcher, [&](int i) {
+        found.append(i);
+        return true;
+    });
     return found;
 }

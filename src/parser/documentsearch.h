@@ -24,3 +24,8 @@ bool MatchesAttributeFilters(const Document &document, int element, const QStrin
 // and counts every element that fits.
 int ScanDocument(const Document &document, int16_t start, const QString &searchText, const QStringList &filters,
                  const WildcardMatcher &matcher, int *matchCount = nullptr);
+
+// Every element from the first that fits, in document order: the same scan going on past each
+// element it finds. Raises as the scan does.
+QList<int> FindAllMatches(const Document &document, const QString &searchText, const QStringList &filters,
+                          const WildcardMatcher &matcher);

@@ -16,6 +16,7 @@
 #include "platform/runtimeerror.h"
 #include "document/textrules.h"
 #include "browser/webpage.h"
+#include "pagematches.h"
 #include "progressstrip.h"
 #include "statuspanel.h"
 #include "substitution/controlvariables.h"
@@ -28,12 +29,14 @@
 #include <QCloseEvent>
 #include <QKeyEvent>
 #include <QHeaderView>
+#include <QLabel>
 #include <QLineEdit>
 #include <QMouseEvent>
 #include <QRadioButton>
 #include <QScopedValueRollback>
 #include <QScreen>
 #include <QTimer>
+#include <QToolButton>
 #include <QWebEngineView>
 #include <QWebEngineLoadingInfo>
 
@@ -87,6 +90,33 @@ frmMain::frmMain(QWidget *parent)
     ui->stts->addWidget(m_statusPanel, 1);
     m_progress = new ProgressStrip(ui->stts);
 
+    // How many elements the query finds, and stepping through them.
+    m_matches = new PageMatches(ui->WebBr, m_page, &m_tree, this);
+    auto *matchesPanel = new QLabel(ui->stts);
+    matchesPanel->setObjectName(QStringLiteral("lblMatches"));
+    auto *previousMatch = new QToolButton(ui->stts);
+    previousMatch->setObjectName(QStringLiteral("cmdPreviousMatch"));
+    previousMatch->setArrowType(Qt::UpArrow);
+    previousMatch->setToolTip(QStringLiteral("Previous match"));
+    auto *nextMatch = new QToolButton(ui->stts);
+    nextMatch->setObjectName(QStringLiteral("cmdNextMatch"));
+    nextMatch->setArrowType(Qt::DownArrow);
+    nextMatch->setToolTip(QStringLiteral("Next match"));
+    for (QWidget *widget : std::initializer_list<QWidget *>{matchesPanel, previousMatch, nextMatch})
+        ui->stts->addPermanentWidget(widget);
+    const auto showSummary = [=](const QString &summary) {
+        matchesPanel->setText(summary);
+        const bool several = !m_matches->found().isEmpty();
+        previousMatch->setEnabled(several);
+        nextMatch->setEnabled(several);
+    };
+    showSummary(QString());
+    connect(m_matches, &PageMatches::summaryChanged, this, showSummary);
+    connect(previousMatch, &QToolButton::clicked, this, [this] { stepMatch(-1); });
+    connect(nextMatch, &QToolButton::clicked, this, [this] { stepMatch(1); });
+    connect(ui->txtSearchText, &QLineEdit::textChanged, this, &frmMain::matchesFollowQuery);
+    connect(ui->txtNodeOffset, &QLineEdit::textChanged, this, &frmMain::matchesFollowQuery);
+
     m_todoSequencer = new QTimer(this);
     m_todoSequencer->setObjectName(QStringLiteral("todoSequencer"));
     m_todoSequencer->setInterval(100);
@@ -109,6 +139,7 @@ frmMain::frmMain(QWidget *parent)
     connect(ui->lstProps, &QTreeWidget::itemChanged, this, [this](QTreeWidgetItem *row, int column) {
         if (column == 0)
             runHandler(this, HandlerOrigin::User, [&] { m_properties.rowCheckToggled(row); });
+            matchesFollowQuery();
     });
     connect(ui->lstProps->header(), &QHeaderView::sectionClicked, this, [this](int column) {
         m_properties.columnClicked(column);
@@ -258,6 +289,7 @@ void frmMain::cmdGo_Click()
 {
     try {
         m_tree.clear();
+        m_matches->clear();
         ui->lstProps->clear();
         // The page is not complete from here on, before the engine even reports the start.
         if (m_page->navigate(QUrl(trimBlanks(ui->cmboUrl->currentText()))))
@@ -579,6 +611,7 @@ void frmMain::onRendererEnded(QWebEnginePage::RenderProcessTerminationStatus sta
 
 void frmMain::DocumentComplete(const DocumentPtr &document)
 {
+    m_matches->clear();
     runHandler(this, HandlerOrigin::User, [&] {
         m_tree.clear();
         m_hdoc = document;
@@ -598,7 +631,32 @@ void frmMain::DocumentComplete(const DocumentPtr &document)
         }
     });
     m_documentComplete = true;
+    matchesFollowQuery();
     emit documentCompleted();
+}
+
+void frmMain::matchesFollowQuery()
+{
+    if (!isQueryControl(m_queryControl) || !m_hdoc)
+        return;
+    QStringList filters;
+    runHandler(this, HandlerOrigin::Internal, [&] {
+        if (!m_queryControl->ElemAttribs(0).isEmpty())
+            filters = walkElemAttribs(*m_queryControl);
+    });
+    m_matches->queryChanged(m_hdoc, ui->txtSearchText->text(), ui->txtNodeOffset->text(), filters);
+}
+
+void frmMain::stepMatch(int direction)
+{
+    runHandler(this, HandlerOrigin::User, [&] {
+        const int element = m_matches->step(direction);
+        if (element < 0)
+            return;
+        QTreeWidgetItem *node = m_tree.node(nodeKey(element));
+        selectNode(node);
+        NodeClick(node);
+    });
 }
 
 AddressBox frmMain::addressBox() const
@@ -729,8 +787,10 @@ void frmMain::cmdEditProps_Click()
     runHandler(this, HandlerOrigin::User, [this] {
         if (!m_queryControl)
             throw RuntimeError(ErrorNumber::ObjectRequired);
-        if (EditAttributeFilters(*m_queryControl))
+        if (EditAttributeFilters(*m_queryControl)) {
             chkShowProps_Click();
+            matchesFollowQuery();
+        }
     });
 }
 

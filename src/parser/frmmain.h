@@ -23,6 +23,7 @@ class QAction;
 class QTimer;
 class QWebEngineLoadingInfo;
 class QTreeWidgetItem;
+class PageMatches;
 class ProgressStrip;
 class StatusPanel;
 struct PageParserFields;
@@ -71,6 +72,7 @@ public:
     QString PopupNodeText() const { return m_popupNodeText; }
     QString statusText() const;
     NodePropertyList &properties() { return m_properties; }
+    PageMatches &matches() { return *m_matches; }
 
     // A node picked in the tree: its element is scrolled into view and its attributes listed.
     void NodeClick(QTreeWidgetItem *node);
@@ -135,6 +137,9 @@ private:
     PageParserFields fields() const;
     void selectNode(QTreeWidgetItem *node);
     void selectElementNode(int sourceIndex);
+    // The matches follow the search text, the offset and the filters.
+    void matchesFollowQuery();
+    void stepMatch(int direction);
     // The selected node, which the node operations act on; error 91 when there is none.
     QTreeWidgetItem *selectedNode() const;
     void waitForDocument();
@@ -150,6 +155,7 @@ private:
     WebPage *m_page = nullptr;
     StatusPanel *m_statusPanel = nullptr;
     ProgressStrip *m_progress = nullptr;
+    PageMatches *m_matches = nullptr;
     QTimer *m_todoSequencer = nullptr;
     NodeTree m_tree;
     NodePropertyList m_properties;

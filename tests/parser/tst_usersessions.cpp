@@ -4,6 +4,7 @@
 #include "freshquery.h"
 #include "parser/frmmain.h"
 #include "parser/nodekeys.h"
+#include "parser/pagematches.h"
 #include "parser/statuspanel.h"
 #include "parserdriver.h"
 #include "platform/settingsstore.h"
@@ -12,6 +13,8 @@
 #include "testsettings.h"
 
 #include <QComboBox>
+#include <QLabel>
+#include <QToolButton>
 #include <QLineEdit>
 #include <QStatusBar>
 #include <QTemporaryDir>
@@ -31,6 +34,7 @@ private slots:
     void hoveringAHugeElement();
     void anErrorGivesThePanelBack();
     void aPageReadInPart();
+    void matchesAreCountedMarkedAndStepped();
 
 private:
     QString writePage(const QByteArray &body);
@@ -226,6 +230,51 @@ void tst_UserSessions::aPageReadInPart()
     QVERIFY(script.messageBoxes().at(0).text.startsWith(QStringLiteral("The page was read in part: the page text is too large")));
     QVERIFY2(script.messageBoxes().at(1).text.contains(QStringLiteral("texts that were not read")),
              qPrintable(script.messageBoxes().at(1).text));
+}
+
+void tst_UserSessions::matchesAreCountedMarkedAndStepped()
+{
+    ScriptedDialogs script;
+    Tamberline control;
+    control.setUrl1(testPageUrl(QStringLiteral("simple.html")));
+    control.setAllowNav2(true);
+    control.setSearchText(QStringLiteral("*.??")); // the two prices
+    control.setElemAttribs(-1, QStringLiteral("class=price"));
+    QStringList marked, stepped;
+    QString summary;
+    bool sameSnapshot = false;
+    editWithParser(control, script, [&](frmMain *parser) {
+        const auto snapshot = [&]() -> DocumentPtr {
+            DocumentPtr taken;
+            parser->page()->requestSnapshot([&](DocumentPtr document) { taken = document; });
+            return QTest::qWaitFor([&] { return taken != nullptr; }, 10000) ? taken : std::make_shared<Document>();
+        };
+        const DocumentPtr before = snapshot();
+        auto *panel = child<QLabel>(parser, "lblMatches");
+        QTRY_COMPARE(panel->text(), QStringLiteral("2 matches"));
+        summary = panel->text();
+        // Each found element outlined, and each returned one (the same, with offset 0) around it.
+        QTRY_COMPARE(child<QWidget>(parser, "matchOverlay")->property("outlineCount").toInt(), 4);
+        for (QTreeWidgetItem *node : parser->nodeTree().nodesInOrder()) {
+            if (node->background(0).color() == PageMatches::foundMark())
+                marked.append(NodeTree::keyOf(node));
+        }
+        for (int i = 0; i < 3; ++i) {
+            QTest::mouseClick(child<QToolButton>(parser, "cmdNextMatch"), Qt::LeftButton);
+            stepped.append(NodeTree::keyOf(child<QTreeWidget>(parser, "tvu")->currentItem()));
+        }
+        const DocumentPtr after = snapshot();
+        sameSnapshot = before->elements == after->elements && before->text() == after->text();
+        child<QLineEdit>(parser, "txtSearchText")->setText(QStringLiteral("nothing like this"));
+        QTRY_COMPARE(panel->text(), QStringLiteral("No match"));
+        triggerMenu(parser, "mnu_Exit");
+    });
+    QVERIFY2(script.done(), qPrintable(script.pending()));
+    QCOMPARE(summary, QStringLiteral("2 matches"));
+    // td.price of both rows: html head title body h1 table tbody tr td td(8) tr td td(11)
+    QCOMPARE(marked, (QStringList{QStringLiteral("K9"), QStringLiteral("K12")}));
+    QCOMPARE(stepped, (QStringList{QStringLiteral("K9"), QStringLiteral("K12"), QStringLiteral("K9")}));
+    QVERIFY(sameSnapshot); // the outlines leave the page's DOM as it was
 }
 
 QTEST_MAIN(tst_UserSessions)

@@ -24,6 +24,10 @@
     const attrValueOf = getter(Attr.prototype, 'value');
     const getElementsByTagName = Document.prototype.getElementsByTagName;
     const scrollIntoView = Element.prototype.scrollIntoView;
+    const boundingRectOf = Element.prototype.getBoundingClientRect;
+    const innerWidthOf = () => window.innerWidth;
+    const innerHeightOf = () => window.innerHeight;
+    const requestFrame = window.requestAnimationFrame.bind(window);
 
     const elementFromPoint = Document.prototype.elementFromPoint;
     const preventDefault = Event.prototype.preventDefault;
@@ -70,6 +74,21 @@
         preventDefault.call(event);
     });
     listen('selectionchange', () => bridge.selectionChanged(selectionIndex()));
+
+    // Scrolling and resizing move the elements: the application redraws what it outlines,
+    // once a frame at most.
+    let viewportPending = false;
+    function viewportMoved(event) {
+        if (!bridge || !event.isTrusted || viewportPending)
+            return;
+        viewportPending = true;
+        requestFrame(() => {
+            viewportPending = false;
+            bridge.viewportChanged();
+        });
+    }
+    addEventListener.call(document, 'scroll', viewportMoved, true);
+    addEventListener.call(window, 'resize', viewportMoved, true);
 
     if (typeof QWebChannel === 'function' && typeof qt === 'object' && qt.webChannelTransport)
         new QWebChannel(qt.webChannelTransport, (channel) => { bridge = channel.objects.pageEvents; });
@@ -137,6 +156,26 @@
                 elements.push([tagNameOf.call(node), parent === undefined ? -1 : parent, id, text, attributes, []]);
             }
             return JSON.stringify({ url: location.href, title: titleOf.call(document), cut, cutReason, unreadTextFrom, elements });
+        },
+
+        // Where the elements of the last snapshot are in the view, as [index, x, y, width,
+        // height, ...], for those with a box that the view shows.
+        rects(indexes) {
+            const width = innerWidthOf();
+            const height = innerHeightOf();
+            const found = [];
+            for (const index of indexes) {
+                const element = elementAt[index];
+                if (!element)
+                    continue;
+                const box = boundingRectOf.call(element);
+                if (box.width <= 0 && box.height <= 0)
+                    continue;
+                if (box.right < 0 || box.bottom < 0 || box.left > width || box.top > height)
+                    continue;
+                found.push(index, box.left, box.top, box.width, box.height);
+            }
+            return JSON.stringify(found);
         },
 
         // The index of the element that holds the selection or the caret, or -1.
