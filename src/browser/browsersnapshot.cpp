@@ -30,6 +30,8 @@ public:
                 document->cut = readBool();
             else if (key == u"cutReason")
                 document->cutReason = readString();
+            else if (key == u"textsPending")
+                document->textsPending = readBool();
             else if (key == u"unreadTextFrom")
                 document->unreadTextFrom = readIndex(-1, std::numeric_limits<int>::max());
             else if (key == u"elements")
@@ -40,6 +42,52 @@ public:
         skipSpace();
         if (m_pos != m_text.size())
             fail("text after the snapshot");
+        return document;
+    }
+
+    // The texts of a snapshot read without them: a document like structure with its texts.
+    DocumentPtr readTexts(const Document &structure)
+    {
+        auto document = std::make_shared<Document>();
+        document->url = structure.url;
+        document->title = structure.title;
+        document->cut = structure.cut;
+        document->cutReason = structure.cutReason;
+        document->elements = structure.elements;
+        qsizetype next = 0;
+        expect(u'{');
+        bool first = true;
+        while (!consume(u'}')) {
+            if (!first)
+                expect(u',');
+            first = false;
+            const QString key = readString();
+            expect(u':');
+            if (key == u"texts") {
+                expect(u'[');
+                if (!consume(u']')) {
+                    do {
+                        if (next >= document->elements.size())
+                            fail("more texts than elements");
+                        document->elements[next++].innerText = document->appendText(readString());
+                    } while (consume(u','));
+                    expect(u']');
+                }
+            } else if (key == u"cut") {
+                document->cut = readBool() || document->cut;
+            } else if (key == u"cutReason") {
+                const QString reason = readString();
+                if (!reason.isEmpty())
+                    document->cutReason = reason;
+            } else if (key == u"unreadTextFrom") {
+                document->unreadTextFrom = readIndex(-1, std::numeric_limits<int>::max());
+            } else {
+                fail("an unknown key");
+            }
+        }
+        skipSpace();
+        if (m_pos != m_text.size() || next != document->elements.size())
+            fail("texts that are not the elements'");
         return document;
     }
 
@@ -250,4 +298,9 @@ private:
 DocumentPtr documentFromSnapshotJson(QStringView json)
 {
     return SnapshotReader(json).read();
+}
+
+DocumentPtr documentWithTexts(const Document &structure, QStringView json)
+{
+    return SnapshotReader(json).readTexts(structure);
 }

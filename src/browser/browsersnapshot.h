@@ -16,3 +16,7 @@ public:
 // Reads the JSON that the page bridge's snapshot() returns. Every index is checked, since the
 // page controls the strings in it and could be built to confuse a careless reader.
 DocumentPtr documentFromSnapshotJson(QStringView json);
+
+// The document a snapshot read without its texts (Document::textsPending) is with the texts
+// that the page bridge's texts() returns.
+DocumentPtr documentWithTexts(const Document &structure, QStringView json);

@@ -165,13 +165,48 @@ void WebPage::callBridgeOnce(const QString &function, const QJsonArray &argument
     });
 }
 
-void WebPage::requestSnapshot(std::function<void(DocumentPtr)> done, const SnapshotLimits &limits)
+namespace {
+
+QJsonObject encodedLimits(const SnapshotLimits &limits)
 {
     QJsonObject encoded;
     encoded.insert(QStringLiteral("maxElements"), limits.maxElements);
     encoded.insert(QStringLiteral("maxTextChars"), double(limits.maxTextChars));
     encoded.insert(QStringLiteral("maxMilliseconds"), limits.maxMilliseconds);
-    callBridge(QStringLiteral("snapshot"), QJsonArray{encoded}, [done = std::move(done)](const QVariant &result) {
+    return encoded;
+}
+
+} // namespace
+
+void WebPage::requestSnapshotInStages(std::function<void(DocumentPtr)> structureDone, std::function<void(DocumentPtr)> textsDone,
+                                      const SnapshotLimits &limits)
+{
+    const QJsonObject encoded = encodedLimits(limits);
+    QPointer<WebPage> self(this);
+    callBridge(QStringLiteral("snapshot"), QJsonArray{encoded, false},
+               [self, encoded, structureDone = std::move(structureDone), textsDone = std::move(textsDone)](const QVariant &result) {
+        DocumentPtr structure;
+        try {
+            if (result.typeId() == QMetaType::QString)
+                structure = documentFromSnapshotJson(result.toString());
+        } catch (const SnapshotFormatError &) {
+        }
+        structureDone(structure);
+        if (!structure || !self)
+            return;
+        self->callBridge(QStringLiteral("texts"), QJsonArray{encoded}, [structure, textsDone](const QVariant &texts) {
+            try {
+                textsDone(texts.typeId() == QMetaType::QString ? documentWithTexts(*structure, texts.toString()) : nullptr);
+            } catch (const SnapshotFormatError &) {
+                textsDone(nullptr);
+            }
+        });
+    });
+}
+
+void WebPage::requestSnapshot(std::function<void(DocumentPtr)> done, const SnapshotLimits &limits)
+{
+    callBridge(QStringLiteral("snapshot"), QJsonArray{encodedLimits(limits)}, [done = std::move(done)](const QVariant &result) {
         if (result.typeId() != QMetaType::QString) {
             done(nullptr);
             return;

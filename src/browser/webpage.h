@@ -46,6 +46,11 @@ public:
     // The page as it is now. The callback gets null when there is no HTML document to read
     // (a failed script, a page that is not HTML); it is not called once the page is gone.
     void requestSnapshot(std::function<void(DocumentPtr)> done, const SnapshotLimits &limits = {});
+    // The same in two steps: the elements without their texts (textsPending), and then the
+    // document with them, which cost the browser most. Either gets null when the page could
+    // not be read; the second does not come when the first is null or the page is gone.
+    void requestSnapshotInStages(std::function<void(DocumentPtr)> structureDone, std::function<void(DocumentPtr)> textsDone,
+                                 const SnapshotLimits &limits = {});
     // The sourceIndex of the element holding the selection or caret, -1 for none.
     void requestSelectionElement(std::function<void(int)> done);
     // Where those of the elements (by sourceIndex) that the view shows are, in the view's

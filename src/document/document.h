@@ -56,6 +56,9 @@ public:
     QString cutReason;
     // The first element whose text was not read (its innerText is empty), -1 when all were.
     int unreadTextFrom = -1;
+    // The elements are here and their texts still to come (the browser sends the structure
+    // first): no text may be read from this document.
+    bool textsPending = false;
 
     int length() const { return int(elements.size()); }
     const Element &item(int sourceIndex) const { return elements.at(sourceIndex); }

@@ -101,6 +101,8 @@ void scan(const Document &document, int16_t start, const QString &searchText, co
     // Filters that cannot fail are tested first, where the text test cannot fail either: the
     // same answers and errors as text first, and most elements are turned away unread.
     const bool filtersFirst = !attributeFilters.isEmpty() && !attributeFilters.canFail();
+    if (hasText && document.textsPending)
+        throw RuntimeError(ErrorNumber::ObjectRequired, QStringLiteral("The page's texts have not arrived yet"));
     const int16_t last = checkedInt16(static_cast<long long>(document.length()) - 1);
     for (int i = start; i <= last; ++i) {
         if (hasText && document.unreadTextFrom >= 0 && i >= document.unreadTextFrom)

@@ -11,11 +11,11 @@
     const tagNameOf = getter(Element.prototype, 'tagName');
     const attributesOf = getter(Element.prototype, 'attributes');
     const parentElementOf = getter(Node.prototype, 'parentElement');
-    const parentNodeOf = getter(Node.prototype, 'parentNode');
     const hasAttributes = Element.prototype.hasAttributes;
-    const createTreeWalker = Document.prototype.createTreeWalker;
-    const nextNode = TreeWalker.prototype.nextNode;
     const firstChildOf = getter(Node.prototype, 'firstChild');
+    const nextSiblingOf = getter(Node.prototype, 'nextSibling');
+    const attributeCountOf = getter(NamedNodeMap.prototype, 'length');
+    const attributeAt = NamedNodeMap.prototype.item;
     const nodeTypeOf = getter(Node.prototype, 'nodeType');
     const textContentOf = getter(Node.prototype, 'textContent');
     const innerTextOf = getter(HTMLElement.prototype, 'innerText');
@@ -37,13 +37,14 @@
     const titleOf = getter(Document.prototype, 'title');
 
     // Element to sourceIndex and back, as of the last snapshot: elements added since have none.
-    let indexOf = new Map();
+    // The index rides on the element's wrapper in this world, which the page's scripts never see.
+    const indexKey = Symbol('sourceIndex');
     let elementAt = [];
     let bridge = null;
 
     function indexFor(element) {
-        const index = element ? indexOf.get(element) : undefined;
-        return index === undefined ? -1 : index;
+        const index = element ? element[indexKey] : undefined;
+        return index !== undefined && elementAt[index] === element ? index : -1;
     }
 
     function selectionIndex() {
@@ -98,64 +99,112 @@
         return element instanceof HTMLElement ? innerTextOf.call(element) : textContentOf.call(element);
     }
 
+    // Every text costs the browser a walk of the element's subtree, so the budget of characters
+    // and of time bounds them all; once either is spent no text is read, and the snapshot says
+    // from which element on.
+    function readTexts(limits) {
+        const started = performance.now();
+        const texts = [];
+        let budget = limits.maxTextChars;
+        let unreadTextFrom = -1;
+        let cutReason = '';
+        for (let index = 0; index < elementAt.length; ++index) {
+            const node = elementAt[index];
+            let text = unreadTextFrom < 0 && firstChildOf.call(node) ? renderedText(node) || '' : '';
+            if (unreadTextFrom < 0 && (text.length > budget || performance.now() - started > limits.maxMilliseconds)) {
+                cutReason = text.length > budget
+                    ? 'the page text is too large; element texts from element ' + index + ' on were left out'
+                    : 'reading the texts took too long; element texts from element ' + index + ' on were left out';
+                unreadTextFrom = index;
+                text = '';
+            }
+            budget -= text.length;
+            texts.push(text);
+        }
+        return { texts, cut: unreadTextFrom >= 0, cutReason, unreadTextFrom };
+    }
+
     window.__tamberline = {
         // Every element in document order as
         // [tagName, parent index, id, innerText, [name, value, ...], [child index or text, ...]].
-        snapshot(limits) {
+        // withTexts false leaves the texts out (textsPending) for texts() to give afterwards:
+        // the structure alone comes several times as fast.
+        snapshot(limits, withTexts = true) {
             const started = performance.now();
-            // One walk over elements and text nodes in document order: the same elements, in the
-            // same order, as getElementsByTagName('*').
-            const walker = createTreeWalker.call(document, document, NodeFilter.SHOW_ELEMENT | NodeFilter.SHOW_TEXT);
-            indexOf = new Map();
             elementAt = [];
             const elements = [];
-            let textBudget = limits.maxTextChars;
             let cut = false;
             let cutReason = '';
-            let unreadTextFrom = -1;
-            for (let node = nextNode.call(walker); node; node = nextNode.call(walker)) {
-                const parent = indexOf.get(parentNodeOf.call(node));
-                if (nodeTypeOf.call(node) === Node.TEXT_NODE) {
-                    if (parent !== undefined)
-                        elements[parent][5].push(dataOf.call(node));
-                    continue;
-                }
-                const index = elements.length;
-                if (index >= limits.maxElements || performance.now() - started > limits.maxMilliseconds) {
-                    const total = getElementsByTagName.call(document, '*').length;
-                    cut = true;
-                    cutReason = index >= limits.maxElements
-                        ? 'the page has ' + total + ' elements; the first ' + index + ' were read'
-                        : 'reading the page took too long; the first ' + index + ' of ' + total + ' elements were read';
-                    break;
-                }
-                indexOf.set(node, index);
-                elementAt.push(node);
-                if (parent !== undefined)
-                    elements[parent][5].push(index);
-                const attributes = [];
-                let id = '';
-                if (hasAttributes.call(node)) {
-                    for (const attribute of attributesOf.call(node)) {
-                        const name = attrNameOf.call(attribute);
-                        const value = attrValueOf.call(attribute);
-                        if (name === 'id')
-                            id = value;
-                        attributes.push(name, value);
+            // Elements and text nodes in document order, a parent's index kept while its children
+            // are walked: the same elements, in the same order, as getElementsByTagName('*').
+            const openNodes = [];
+            const openParents = [];
+            let node = firstChildOf.call(document);
+            let parent = -1;
+            while (node) {
+                const type = nodeTypeOf.call(node);
+                if (type === Node.ELEMENT_NODE) {
+                    const index = elements.length;
+                    if (index >= limits.maxElements || performance.now() - started > limits.maxMilliseconds) {
+                        const total = getElementsByTagName.call(document, '*').length;
+                        cut = true;
+                        cutReason = index >= limits.maxElements
+                            ? 'the page has ' + total + ' elements; the first ' + index + ' were read'
+                            : 'reading the page took too long; the first ' + index + ' of ' + total + ' elements were read';
+                        break;
                     }
+                    node[indexKey] = index;
+                    elementAt.push(node);
+                    if (parent >= 0)
+                        elements[parent][5].push(index);
+                    const attributes = [];
+                    let id = '';
+                    if (hasAttributes.call(node)) {
+                        const map = attributesOf.call(node);
+                        for (let i = 0, count = attributeCountOf.call(map); i < count; ++i) {
+                            const attribute = attributeAt.call(map, i);
+                            const name = attrNameOf.call(attribute);
+                            const value = attrValueOf.call(attribute);
+                            if (name === 'id')
+                                id = value;
+                            attributes.push(name, value);
+                        }
+                    }
+                    elements.push([tagNameOf.call(node), parent, id, '', attributes, []]);
+                    const child = firstChildOf.call(node);
+                    if (child) {
+                        openNodes.push(node);
+                        openParents.push(parent);
+                        parent = index;
+                        node = child;
+                        continue;
+                    }
+                } else if (type === Node.TEXT_NODE && parent >= 0) {
+                    elements[parent][5].push(dataOf.call(node));
                 }
-                // Once the budget is spent no text is read: the search must know where texts end.
-                let text = unreadTextFrom < 0 && firstChildOf.call(node) ? renderedText(node) || '' : '';
-                if (text.length > textBudget) {
-                    cut = true;
-                    cutReason = 'the page text is too large; element texts from element ' + index + ' on were left out';
-                    unreadTextFrom = index;
-                    text = '';
+                let next = nextSiblingOf.call(node);
+                while (!next && openNodes.length) {
+                    node = openNodes.pop();
+                    parent = openParents.pop();
+                    next = nextSiblingOf.call(node);
                 }
-                textBudget -= text.length;
-                elements.push([tagNameOf.call(node), parent === undefined ? -1 : parent, id, text, attributes, []]);
+                node = next;
             }
-            return JSON.stringify({ url: location.href, title: titleOf.call(document), cut, cutReason, unreadTextFrom, elements });
+            const snapshot = { url: location.href, title: titleOf.call(document), cut, cutReason, unreadTextFrom: -1,
+                               textsPending: !withTexts, elements };
+            if (withTexts) {
+                const read = readTexts(limits);
+                read.texts.forEach((text, index) => { elements[index][3] = text; });
+                snapshot.cut = cut || read.cut;
+                snapshot.cutReason = cut ? cutReason : read.cutReason;
+                snapshot.unreadTextFrom = read.unreadTextFrom;
+            }
+            return JSON.stringify(snapshot);
+        },
+
+        // The innerTexts of the last snapshot's elements, in its order.
+        texts(limits) {
+            return JSON.stringify(readTexts(limits));
         },
 
         // Where the elements of the last snapshot are in the view, as [index, x, y, width,
