@@ -23,6 +23,8 @@ QString bundledExample()
     return QStringLiteral(TAMBERLINE_EXAMPLES_DIR "/query.json");
 }
 
+const QString PageParserOption = QStringLiteral("page-parser");
+
 CommandLine windowCommandLine()
 {
     CommandLine line(QString(), {QStringLiteral("tamberline [--page-parser] [QUERY.json]")},
@@ -33,7 +35,7 @@ CommandLine windowCommandLine()
     line.addArgument(QStringLiteral("QUERY.json"), QStringLiteral("The query file to open (default: the bundled example)."));
     for (const bool check : {false, true})
         line.addCommand(runCommandLine(check));
-    line.addOption({QStringList{QStringLiteral("p"), QStringLiteral("page-parser")}, QStringLiteral("Open the Page Parser on the query at once.")});
+    line.addOption({QStringList{QStringLiteral("p"), PageParserOption}, QStringLiteral("Open the Page Parser on the query at once.")});
     line.setClosing(QStringLiteral("'tamberline run --help' and 'tamberline check --help' describe the commands."));
     return line;
 }
@@ -70,7 +72,7 @@ int main(int argc, char *argv[])
     HostWindow window;
     window.openFile(path);
     window.show();
-    if (commandLine.parser().isSet(QStringLiteral("page-parser")))
+    if (commandLine.parser().isSet(PageParserOption))
         QTimer::singleShot(0, &window, &HostWindow::openPageParser);
     return app.exec();
 }

@@ -40,6 +40,12 @@ struct Options {
     bool jobsGiven = false;
 };
 
+// The options' names, as the parser and optionsFrom know them.
+const QString SetOption = QStringLiteral("set");
+const QString EngineOption = QStringLiteral("engine");
+const QString FormatOption = QStringLiteral("format");
+const QString JobsOption = QStringLiteral("jobs");
+
 constexpr int AllGaveResults = 0;
 constexpr int SomeGaveNone = 1;
 constexpr int BadArguments = 2;
@@ -63,25 +69,25 @@ Options optionsFrom(const QCommandLineParser &parser, bool check)
         throw RunError(QStringLiteral("check needs the saved pages to run the query over"));
     if (options.pages.count(QStringLiteral("-")) > 1)
         throw RunError(QStringLiteral("standard input can be read once: give - as one page only"));
-    if (options.check && parser.isSet(QStringLiteral("format")))
+    if (options.check && parser.isSet(FormatOption))
         throw RunError(QStringLiteral("check prints a table; --format is for run"));
-    for (const QString &pair : parser.values(QStringLiteral("set"))) {
+    for (const QString &pair : parser.values(SetOption)) {
         const qsizetype at = pair.indexOf(u'=');
         if (at <= 0)
             throw RunError(QStringLiteral("--set wants name=value, not \"%1\"").arg(pair));
         options.values.insert(pair.left(at), pair.mid(at + 1));
     }
-    const QString engineName = parser.value(QStringLiteral("engine"));
+    const QString engineName = parser.value(EngineOption);
     if (engineName != u"static" && engineName != u"browser")
         throw RunError(QStringLiteral("--engine is static or browser, not \"%1\"").arg(engineName));
     options.engine = engineName == u"browser" ? Engine::Browser : Engine::Static;
-    const QString formatName = parser.value(QStringLiteral("format"));
+    const QString formatName = parser.value(FormatOption);
     if (formatName != u"text" && formatName != u"json")
         throw RunError(QStringLiteral("--format is text or json, not \"%1\"").arg(formatName));
     options.format = formatName == u"json" ? Format::Json : Format::Text;
-    if (parser.isSet(QStringLiteral("jobs"))) {
+    if (parser.isSet(JobsOption)) {
         bool ok = false;
-        options.jobs = parser.value(QStringLiteral("jobs")).toInt(&ok);
+        options.jobs = parser.value(JobsOption).toInt(&ok);
         if (!ok || options.jobs < 1)
             throw RunError(QStringLiteral("--jobs wants a whole number of at least 1"));
         options.jobsGiven = true;
@@ -240,19 +246,19 @@ CommandLine runCommandLine(bool check)
     line.addArgument(QStringLiteral("PAGE"),
                      QStringLiteral("A file, - for standard input (once), or a file:, http: or https: address.")
                          + (check ? QString() : QStringLiteral(" None: the query's own address.")));
-    line.addOption({QStringLiteral("set"), QStringLiteral("A value for the query's %name% markers; one --set per marker."),
+    line.addOption({SetOption, QStringLiteral("A value for the query's %name% markers; one --set per marker."),
                     QStringLiteral("name=value")});
-    line.addOption({QStringLiteral("engine"),
+    line.addOption({EngineOption,
                     QStringLiteral("static reads the page's HTML and runs no script; browser loads the page headless in "
                                    "the browser engine, for pages that scripts build."),
                     QStringLiteral("static|browser"), QStringLiteral("static")});
-    QCommandLineOption format(QStringLiteral("format"), QStringLiteral("text: the returned text, one line per page; json: one object per page."),
+    QCommandLineOption format(FormatOption, QStringLiteral("text: the returned text, one line per page; json: one object per page."),
                               QStringLiteral("text|json"), QStringLiteral("text"));
     // Taken by check too, to say why it does not apply rather than that it is unknown.
     if (check)
         format.setFlags(QCommandLineOption::HiddenFromHelp);
     line.addOption(format);
-    line.addOption({QStringLiteral("jobs"),
+    line.addOption({JobsOption,
                     QStringLiteral("Pages the static reader reads at once: one per core unless given; at most four "
                                    "per core and what the limit on open files allows."),
                     QStringLiteral("N")});
