@@ -1,10 +1,10 @@
+#include "commandline.h"
 #include "control/editorapplication.h"
 #include "hostwindow.h"
 #include "runcommand.h"
 #include "browser/webpage.h"
 
 #include <QApplication>
-#include <QCommandLineParser>
 #include <QDir>
 #include <QFileInfo>
 #include <QTimer>
@@ -23,6 +23,23 @@ QString bundledExample()
     return QStringLiteral(TAMBERLINE_EXAMPLES_DIR "/query.json");
 }
 
+const QString PageParserOption = QStringLiteral("page-parser");
+
+CommandLine windowCommandLine()
+{
+    CommandLine line(QString(), {QStringLiteral("tamberline [--page-parser] [QUERY.json]")},
+                     QStringLiteral("Tamberline designs web queries and runs them over pages."),
+                     QStringLiteral("Without a command it opens the designer's window on the query file. The window "
+                                    "needs a window system (DISPLAY, or QT_QPA_PLATFORM=offscreen); run and check "
+                                    "need none."));
+    line.addArgument(QStringLiteral("QUERY.json"), QStringLiteral("The query file to open (default: the bundled example)."));
+    for (const bool check : {false, true})
+        line.addCommand(runCommandLine(check));
+    line.addOption({QStringList{QStringLiteral("p"), PageParserOption}, QStringLiteral("Open the Page Parser on the query at once.")});
+    line.setClosing(QStringLiteral("'tamberline run --help' and 'tamberline check --help' describe the commands."));
+    return line;
+}
+
 } // namespace
 
 int main(int argc, char *argv[])
@@ -30,6 +47,10 @@ int main(int argc, char *argv[])
     if (argc > 1 && (std::strcmp(argv[1], "run") == 0 || std::strcmp(argv[1], "check") == 0))
         return runCommandMain(argc, argv);
 
+    // Help needs no display; the rest is read once the application has taken out Qt's own options.
+    CommandLine commandLine = windowCommandLine();
+    if (const std::optional<int> status = commandLine.answerHelpOrVersion(CommandLine::argumentsOf(argc, argv)))
+        return *status;
     for (const QString &problem : {windowSystemProblem(), browserSandboxProblem()}) {
         if (!problem.isEmpty()) {
             std::fprintf(stderr, "tamberline: %s\n", qPrintable(problem));
@@ -41,22 +62,17 @@ int main(int argc, char *argv[])
     QApplication::setApplicationName(QStringLiteral("Tamberline"));
     QApplication::setApplicationDisplayName(QStringLiteral("Tamberline"));
 
-    QCommandLineParser parser;
-    parser.setApplicationDescription(QStringLiteral("Designs and runs web queries."));
-    parser.addHelpOption();
-    const QCommandLineOption pageParser(QStringList{QStringLiteral("p"), QStringLiteral("page-parser")},
-                                        QStringLiteral("Open the Page Parser on the query at once."));
-    parser.addOption(pageParser);
-    parser.addPositionalArgument(QStringLiteral("query"), QStringLiteral("Query file to open (default: the bundled example)."), QStringLiteral("[QUERY.json]"));
-    parser.process(app);
-
-    const QStringList arguments = parser.positionalArguments();
+    if (const std::optional<int> status = commandLine.read(QApplication::arguments()))
+        return *status;
+    const QStringList arguments = commandLine.parser().positionalArguments();
+    if (arguments.size() > 1)
+        return commandLine.wrong(QStringLiteral("the window opens one query file"));
     const QString path = arguments.isEmpty() ? bundledExample() : arguments.first();
 
     HostWindow window;
     window.openFile(path);
     window.show();
-    if (parser.isSet(pageParser))
+    if (commandLine.parser().isSet(PageParserOption))
         QTimer::singleShot(0, &window, &HostWindow::openPageParser);
     return app.exec();
 }

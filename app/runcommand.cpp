@@ -1,6 +1,7 @@
 #include "runcommand.h"
 
 #include "browserloader.h"
+#include "commandline.h"
 #include "pagesource.h"
 #include "parser/wildcardmatcher.h"
 #include "platform/handlerguard.h"
@@ -39,6 +40,12 @@ struct Options {
     bool jobsGiven = false;
 };
 
+// The options' names, as the parser and optionsFrom know them.
+const QString SetOption = QStringLiteral("set");
+const QString EngineOption = QStringLiteral("engine");
+const QString FormatOption = QStringLiteral("format");
+const QString JobsOption = QStringLiteral("jobs");
+
 constexpr int AllGaveResults = 0;
 constexpr int SomeGaveNone = 1;
 constexpr int BadArguments = 2;
@@ -48,56 +55,39 @@ void printError(const QString &message)
     std::fprintf(stderr, "tamberline: %s\n", qPrintable(message));
 }
 
-// Reads the arguments after the command word; a RunError says what is wrong.
-Options parseArguments(const QStringList &arguments)
+// What the options' values mean, once the parser has read them; a RunError says what is wrong.
+Options optionsFrom(const QCommandLineParser &parser, bool check)
 {
     Options options;
-    options.check = arguments.value(1) == u"check";
-    QCommandLineParser parser;
-    parser.setSingleDashWordOptionMode(QCommandLineParser::ParseAsLongOptions);
-    const QCommandLineOption set(QStringLiteral("set"), QStringLiteral("A value for a %name% marker."), QStringLiteral("name=value"));
-    const QCommandLineOption engine(QStringLiteral("engine"), QStringLiteral("static (MyHTML) or browser."), QStringLiteral("engine"),
-                                    QStringLiteral("static"));
-    const QCommandLineOption format(QStringLiteral("format"), QStringLiteral("text or json."), QStringLiteral("format"),
-                                    QStringLiteral("text"));
-    const QCommandLineOption jobs(QStringLiteral("jobs"), QStringLiteral("Pages read at once."), QStringLiteral("N"));
-    parser.addOptions({set, engine, format, jobs});
-    QStringList rest = arguments;
-    rest.removeAt(1); // the command word
-    if (!parser.parse(rest))
-        throw RunError(parser.errorText());
+    options.check = check;
     const QStringList positional = parser.positionalArguments();
     if (positional.isEmpty())
-        throw RunError(QStringLiteral("usage: tamberline %1 QUERY.json %2")
-                           .arg(options.check ? QStringLiteral("check") : QStringLiteral("run"),
-                                options.check ? QStringLiteral("PAGE... [--set name=value ...] [--engine static|browser] [--jobs N]")
-                                              : QStringLiteral("[PAGE ...] [--set name=value ...] [--engine static|browser] "
-                                                               "[--format text|json] [--jobs N]")));
+        throw RunError(QStringLiteral("%1 needs a query file").arg(check ? QStringLiteral("check") : QStringLiteral("run")));
     options.queryPath = positional.first();
     options.pages = positional.mid(1);
     if (options.check && options.pages.isEmpty())
         throw RunError(QStringLiteral("check needs the saved pages to run the query over"));
     if (options.pages.count(QStringLiteral("-")) > 1)
         throw RunError(QStringLiteral("standard input can be read once: give - as one page only"));
-    if (options.check && parser.isSet(format))
+    if (options.check && parser.isSet(FormatOption))
         throw RunError(QStringLiteral("check prints a table; --format is for run"));
-    for (const QString &pair : parser.values(set)) {
+    for (const QString &pair : parser.values(SetOption)) {
         const qsizetype at = pair.indexOf(u'=');
         if (at <= 0)
             throw RunError(QStringLiteral("--set wants name=value, not \"%1\"").arg(pair));
         options.values.insert(pair.left(at), pair.mid(at + 1));
     }
-    const QString engineName = parser.value(engine);
+    const QString engineName = parser.value(EngineOption);
     if (engineName != u"static" && engineName != u"browser")
         throw RunError(QStringLiteral("--engine is static or browser, not \"%1\"").arg(engineName));
     options.engine = engineName == u"browser" ? Engine::Browser : Engine::Static;
-    const QString formatName = parser.value(format);
+    const QString formatName = parser.value(FormatOption);
     if (formatName != u"text" && formatName != u"json")
         throw RunError(QStringLiteral("--format is text or json, not \"%1\"").arg(formatName));
     options.format = formatName == u"json" ? Format::Json : Format::Text;
-    if (parser.isSet(jobs)) {
+    if (parser.isSet(JobsOption)) {
         bool ok = false;
-        options.jobs = parser.value(jobs).toInt(&ok);
+        options.jobs = parser.value(JobsOption).toInt(&ok);
         if (!ok || options.jobs < 1)
             throw RunError(QStringLiteral("--jobs wants a whole number of at least 1"));
         options.jobsGiven = true;
@@ -236,18 +226,60 @@ bool mayBeScriptsDoing(const RunResult &result)
 
 } // namespace
 
+CommandLine runCommandLine(bool check)
+{
+    CommandLine line(check ? QStringLiteral("check") : QStringLiteral("run"),
+                     {check ? QStringLiteral("tamberline check QUERY.json PAGE... [--set name=value ...]\n"
+                                             "                 [--engine static|browser] [--jobs N]")
+                            : QStringLiteral("tamberline run QUERY.json [PAGE ...] [--set name=value ...]\n"
+                                             "               [--engine static|browser] [--format text|json] [--jobs N]")},
+                     check ? QStringLiteral("Print a table of what the query finds in each page, to see whether it "
+                                            "survives changes of a page.")
+                           : QStringLiteral("Run the query over pages and print what it returns from each, one line "
+                                            "per page."),
+                     check ? QStringLiteral("Columns: page, found, returned, text, matches, scripts (yes, no or -) and "
+                                            "reason (ok when the page gave a result).")
+                           : QStringLiteral("With --format text a page without a result has an empty line, and "
+                                            "standard error says why. With --format json each line is an object with "
+                                            "page, found, returned, tagName, text, matches, reason and scripted."));
+    line.addArgument(QStringLiteral("QUERY.json"), QStringLiteral("The query file, as the window saves it."));
+    line.addArgument(QStringLiteral("PAGE"),
+                     QStringLiteral("A file, - for standard input (once), or a file:, http: or https: address.")
+                         + (check ? QString() : QStringLiteral(" None: the query's own address.")));
+    line.addOption({SetOption, QStringLiteral("A value for the query's %name% markers; one --set per marker."),
+                    QStringLiteral("name=value")});
+    line.addOption({EngineOption,
+                    QStringLiteral("static reads the page's HTML and runs no script; browser loads the page headless in "
+                                   "the browser engine, for pages that scripts build."),
+                    QStringLiteral("static|browser"), QStringLiteral("static")});
+    QCommandLineOption format(FormatOption, QStringLiteral("text: the returned text, one line per page; json: one object per page."),
+                              QStringLiteral("text|json"), QStringLiteral("text"));
+    // Taken by check too, to say why it does not apply rather than that it is unknown.
+    if (check)
+        format.setFlags(QCommandLineOption::HiddenFromHelp);
+    line.addOption(format);
+    line.addOption({JobsOption,
+                    QStringLiteral("Pages the static reader reads at once: one per core unless given; at most four "
+                                   "per core and what the limit on open files allows."),
+                    QStringLiteral("N")});
+    line.setClosing(QStringLiteral("Exit status: 0 when every page gave a result, 1 when some did not, 2 for wrong "
+                                   "arguments or a bad query file."));
+    return line;
+}
+
 int runCommandMain(int argc, char *argv[])
 {
-    QStringList arguments;
-    for (int i = 0; i < argc; ++i)
-        arguments.append(QString::fromLocal8Bit(argv[i]));
-
+    QStringList arguments = CommandLine::argumentsOf(argc, argv);
+    const bool check = arguments.value(1) == u"check";
+    arguments.removeAt(1); // the command word
+    CommandLine commandLine = runCommandLine(check);
+    if (const std::optional<int> status = commandLine.read(arguments))
+        return *status;
     Options options;
     try {
-        options = parseArguments(arguments);
+        options = optionsFrom(commandLine.parser(), check);
     } catch (const RunError &error) {
-        printError(error.message());
-        return BadArguments;
+        return commandLine.wrong(error.message());
     }
 
     // The browser engine needs the widget application and a display; the static one neither.

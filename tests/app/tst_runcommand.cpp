@@ -275,7 +275,7 @@ void tst_RunCommand::badArgumentsAndQueries_data()
     QTest::addColumn<QByteArray>("queryText");
     QTest::addColumn<QString>("message");
     const QByteArray good = R"({"Url1": "", "AllowNav2": false, "SearchText": "x", "NodeOffset": 0, "ElemAttribs": []})";
-    QTest::newRow("no query") << QStringList{} << good << QStringLiteral("usage");
+    QTest::newRow("no query") << QStringList{} << good << QStringLiteral("run needs a query file\nusage: tamberline run QUERY.json");
     QTest::newRow("unknown engine") << QStringList{QStringLiteral("--engine"), QStringLiteral("fast")} << good
                                     << QStringLiteral("--engine is static or browser");
     QTest::newRow("unknown format") << QStringList{QStringLiteral("--format"), QStringLiteral("xml")} << good
@@ -422,6 +422,8 @@ void tst_RunCommand::hostileInputs_data()
     QTest::newRow("check with --format") << QStringList{QStringLiteral("check"), m_query, m_page, QStringLiteral("--format"),
                                                         QStringLiteral("json")} + set
                                          << none << QString() << 2 << none << QStringLiteral("--format is for run");
+    QTest::newRow("an unknown option of the window") << QStringList{QStringLiteral("--bogus")} << none << QString() << 2 << none
+                                                     << QStringLiteral("Unknown option 'bogus'.\nusage: tamberline [--page-parser]");
     QTest::newRow("the query is a folder") << query(folder) << none << QString() << 2 << none << QStringLiteral("is a folder");
     QTest::newRow("the query is a device") << query(zero) << none << QString() << 2 << none << QStringLiteral("is a device");
     QTest::newRow("a query file of 1 GB") << query(hugeQuery) << none << QString() << 2 << none

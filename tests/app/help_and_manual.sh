@@ -1,0 +1,30 @@
+#!/bin/sh
+# Every command answers --help and --version where the window would refuse to start (no window
+# system, root without the sandbox setting), the version is the build's, and the manual page
+# names exactly the options the program lists.
+program=$1
+manual=$2
+version=$3
+
+fail() { echo "$*"; exit 1; }
+bare() { env -u DISPLAY -u WAYLAND_DISPLAY -u QT_QPA_PLATFORM -u QTWEBENGINE_DISABLE_SANDBOX "$program" "$@"; }
+
+helped=
+for command in "" run check; do
+    text=$(bare $command --help) || fail "tamberline $command --help: exit status $?"
+    helped="$helped$text
+"
+    [ "$(bare $command --version)" = "tamberline $version" ] || fail "tamberline $command --version is not tamberline $version"
+done
+
+listed=$(printf '%s' "$helped" | grep -oE '^  (-[a-z], )?--[a-z-]+' | grep -oE -- '--[a-z-]+' | sort -u)
+documented=$(sed 's/\\-/-/g' "$manual" | grep -oE -- '--[a-z][a-z-]*' | sort -u)
+[ "$listed" = "$documented" ] || fail "options in --help:
+$listed
+options in $manual:
+$documented"
+
+if command -v groff >/dev/null; then
+    warnings=$(groff -man -ww -z "$manual" 2>&1)
+    [ -z "$warnings" ] || fail "$warnings"
+fi
