@@ -196,10 +196,19 @@ void WebPage::requestSnapshotInStages(std::function<void(DocumentPtr)> structure
             return;
         self->callBridge(QStringLiteral("texts"), QJsonArray{encoded}, [structure, textsDone](const QVariant &texts) {
             try {
-                textsDone(texts.typeId() == QMetaType::QString ? documentWithTexts(*structure, texts.toString()) : nullptr);
+                if (texts.typeId() == QMetaType::QString) {
+                    textsDone(documentWithTexts(*structure, texts.toString()));
+                    return;
+                }
             } catch (const SnapshotFormatError &) {
-                textsDone(nullptr);
             }
+            // The elements stay usable; every text counts as unread, so a text search says so.
+            auto unread = std::make_shared<Document>(*structure);
+            unread->textsPending = false;
+            unread->unreadTextFrom = 0;
+            unread->cut = true;
+            unread->cutReason = QStringLiteral("the page's texts could not be read");
+            textsDone(unread);
         });
     });
 }

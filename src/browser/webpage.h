@@ -47,8 +47,9 @@ public:
     // (a failed script, a page that is not HTML); it is not called once the page is gone.
     void requestSnapshot(std::function<void(DocumentPtr)> done, const SnapshotLimits &limits = {});
     // The same in two steps: the elements without their texts (textsPending), and then the
-    // document with them, which cost the browser most. Either gets null when the page could
-    // not be read; the second does not come when the first is null or the page is gone.
+    // document with them, which cost the browser most. The first gets null when the page could
+    // not be read, and then the second does not come, nor when the page is gone; texts that
+    // could not be read come as a cut document whose texts are all unread.
     void requestSnapshotInStages(std::function<void(DocumentPtr)> structureDone, std::function<void(DocumentPtr)> textsDone,
                                  const SnapshotLimits &limits = {});
     // The sourceIndex of the element holding the selection or caret, -1 for none.

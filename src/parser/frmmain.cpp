@@ -79,7 +79,7 @@ frmMain::frmMain(QWidget *parent)
     const PageBridge *bridge = m_page->bridge();
     connect(bridge, &PageBridge::elementPointed, this, [this](int index) {
         if (m_hdoc && index < m_hdoc->length())
-            setStatusText(m_hdoc->innerText(index).toString());
+            setStatusText(pointerText(index));
     });
     connect(bridge, &PageBridge::pointerLeft, this, [this] { setStatusText(QString()); });
     connect(bridge, &PageBridge::elementDoubleClicked, this, &frmMain::selectElementNode);
@@ -104,7 +104,7 @@ frmMain::frmMain(QWidget *parent)
     nextMatch->setToolTip(QStringLiteral("Next match"));
     for (QWidget *widget : std::initializer_list<QWidget *>{matchesPanel, previousMatch, nextMatch})
         ui->stts->addPermanentWidget(widget);
-    const auto showSummary = [=](const QString &summary) {
+    const auto showSummary = [=, this](const QString &summary) {
         matchesPanel->setText(summary);
         const bool several = !m_matches->found().isEmpty();
         previousMatch->setEnabled(several);
@@ -582,10 +582,15 @@ void frmMain::onLoadingChanged(const QWebEngineLoadingInfo &info)
     }
     m_loading = false;
     const quint64 serial = m_loadSerial;
-    m_page->requestSnapshot(
-        [this, serial](DocumentPtr document) {
+    // The tree is built from the elements alone; the texts, which cost the browser most, follow.
+    m_page->requestSnapshotInStages(
+        [this, serial](DocumentPtr structure) {
             if (serial == m_loadSerial && !m_loading)
-                DocumentComplete(document);
+                DocumentComplete(structure);
+        },
+        [this, serial](DocumentPtr complete) {
+            if (serial == m_loadSerial && !m_loading)
+                TextsArrived(complete);
         },
         m_snapshotLimits);
 }
@@ -624,20 +629,34 @@ void frmMain::DocumentComplete(const DocumentPtr &document)
         if (box.documentCompleted(location))
             ui->cmboUrl->setToolTip(location);
         setAddressBox(box);
-        if (m_hdoc->cut) {
-            const QString text = QStringLiteral("The page was read in part: %1.").arg(m_hdoc->cutReason);
-            ui->stts->showMessage(text, ErrorMessageTimeout);
-            Dialogs::messageBox(text, Dialogs::OkOnly | Dialogs::Exclamation);
-        }
     });
+    if (!m_hdoc || !m_hdoc->textsPending)
+        TextsArrived(m_hdoc);
+}
+
+void frmMain::TextsArrived(const DocumentPtr &document)
+{
+    m_hdoc = document;
+    if (m_hdoc && m_hdoc->cut) {
+        const QString text = QStringLiteral("The page was read in part: %1.").arg(m_hdoc->cutReason);
+        ui->stts->showMessage(text, ErrorMessageTimeout);
+        runHandler(this, HandlerOrigin::User, [&] { Dialogs::messageBox(text, Dialogs::OkOnly | Dialogs::Exclamation); });
+    }
     m_documentComplete = true;
     matchesFollowQuery();
     emit documentCompleted();
 }
 
+QString frmMain::pointerText(int index) const
+{
+    if (m_hdoc->textsPending)
+        return QStringLiteral("Reading the page's texts\u2026");
+    return m_hdoc->innerText(index).toString();
+}
+
 void frmMain::matchesFollowQuery()
 {
-    if (!isQueryControl(m_queryControl) || !m_hdoc)
+    if (!isQueryControl(m_queryControl) || !m_hdoc || m_hdoc->textsPending)
         return;
     QStringList filters;
     runHandler(this, HandlerOrigin::Internal, [&] {
@@ -732,7 +751,7 @@ void frmMain::treeMouseMove(const QPoint &position)
     const QTreeWidgetItem *node = ui->tvu->itemAt(position);
     if (!node || !m_hdoc)
         return;
-    runHandler(this, HandlerOrigin::Internal, [&] { setStatusText(m_hdoc->innerText(elementOf(node)).toString()); });
+    runHandler(this, HandlerOrigin::Internal, [&] { setStatusText(pointerText(elementOf(node))); });
 }
 
 void frmMain::treeMouseUp(Qt::MouseButton button, const QPoint &position)

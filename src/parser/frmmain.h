@@ -133,6 +133,9 @@ private:
     void onLoadingChanged(const QWebEngineLoadingInfo &info);
     void onRendererEnded(QWebEnginePage::RenderProcessTerminationStatus status, int exitCode);
     void DocumentComplete(const DocumentPtr &document);
+    void TextsArrived(const DocumentPtr &document);
+    // What the status panel shows for an element under the pointer.
+    QString pointerText(int index) const;
     void writeQueryBack();
     PageParserFields fields() const;
     void selectNode(QTreeWidgetItem *node);

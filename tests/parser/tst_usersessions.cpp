@@ -8,6 +8,7 @@
 #include "parser/statuspanel.h"
 #include "parserdriver.h"
 #include "platform/settingsstore.h"
+#include "browser/pagebridge.h"
 #include "browser/webpage.h"
 #include "scripteddialogs.h"
 #include "testsettings.h"
@@ -35,6 +36,7 @@ private slots:
     void anErrorGivesThePanelBack();
     void aPageReadInPart();
     void matchesAreCountedMarkedAndStepped();
+    void theTreeBeforeTheTexts();
 
 private:
     QString writePage(const QByteArray &body);
@@ -275,6 +277,38 @@ void tst_UserSessions::matchesAreCountedMarkedAndStepped()
     QCOMPARE(marked, (QStringList{QStringLiteral("K9"), QStringLiteral("K12")}));
     QCOMPARE(stepped, (QStringList{QStringLiteral("K9"), QStringLiteral("K12"), QStringLiteral("K9")}));
     QVERIFY(sameSnapshot); // the outlines leave the page's DOM as it was
+}
+
+void tst_UserSessions::theTreeBeforeTheTexts()
+{
+    QByteArray body = "<p>first</p>";
+    for (int i = 0; i < 20000; ++i)
+        body += "<i></i>";
+    body += "<p>the last</p>";
+    ScriptedDialogs script;
+    Tamberline control;
+    control.setUrl1(writePage(body));
+    control.setAllowNav2(true);
+    bool treeFirst = false;
+    QString pointed, found;
+    editWithParser(control, script, [&](frmMain *parser) {
+        clickButton(parser, "cmdGo"); // not the start-up load, whose search waits for the texts
+        // One pass of events at a time: qWaitFor would run on through both stages of the page.
+        QDeadlineTimer deadline(20000);
+        while (!deadline.hasExpired() && parser->nodeTree().count() == 0)
+            QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+        treeFirst = parser->nodeTree().count() > 0 && !parser->isDocumentComplete();
+        // Pointing at an element whose text has not arrived shows no stale or empty text.
+        emit parser->page()->bridge()->elementPointed(20000);
+        pointed = child<StatusPanel>(parser, "sttsPanel1")->text();
+        child<QLineEdit>(parser, "txtSearchText")->setText(QStringLiteral("the last"));
+        clickButton(parser, "cmdSearch"); // waits for the texts
+        found = NodeTree::keyOf(child<QTreeWidget>(parser, "tvu")->currentItem());
+        triggerMenu(parser, "mnu_Exit");
+    });
+    QVERIFY(treeFirst);
+    QCOMPARE(pointed, QStringLiteral("Reading the page's texts\u2026"));
+    QCOMPARE(found, nodeKey(20005)); // html head title body p, 20,000 i, p
 }
 
 QTEST_MAIN(tst_UserSessions)
