@@ -9,6 +9,32 @@ constexpr int KeyRole = Qt::UserRole;
 constexpr int OrderRole = Qt::UserRole + 1;
 constexpr int ColourRole = Qt::UserRole + 2;
 constexpr int KeyNotUnique = 35602;
+
+// Key and order kept as members: a tree of tens of thousands of nodes is built in one go, and
+// item data set by role costs a search and a copy per role.
+class NodeItem : public QTreeWidgetItem
+{
+public:
+    NodeItem(const QString &text, const QString &key, int order)
+        : QTreeWidgetItem(QStringList{text}, UserType)
+        , m_key(key)
+        , m_order(order)
+    {
+    }
+
+    QVariant data(int column, int role) const override
+    {
+        if (column == 0 && role == KeyRole)
+            return m_key;
+        if (column == 0 && role == OrderRole)
+            return m_order;
+        return QTreeWidgetItem::data(column, role);
+    }
+
+private:
+    QString m_key;
+    int m_order;
+};
 } // namespace
 
 NodeTree::NodeTree(QTreeWidget *view)
@@ -31,9 +57,7 @@ QTreeWidgetItem *NodeTree::add(const QString &relativeKey, const QString &key, c
     QTreeWidgetItem *parent = relativeKey.isEmpty() ? nullptr : node(relativeKey);
     if (!key.isEmpty() && m_byKey.contains(key))
         throw RuntimeError(KeyNotUnique, QStringLiteral("Key is not unique in collection"));
-    auto *item = new QTreeWidgetItem(QStringList{text});
-    item->setData(0, KeyRole, key);
-    item->setData(0, OrderRole, m_count);
+    auto *item = new NodeItem(text, key, m_count);
     if (parent)
         parent->addChild(item);
     else if (m_batching)
