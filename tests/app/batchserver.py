@@ -3,7 +3,7 @@
 Each server is one host to the fetcher (its own port). /item/N answers, by N:
   N % 13 == 0   503 the first time
   N % 17 == 0   429 with Retry-After: 1 the first time
-  N % 19 == 0   slowly (0.3 s)
+  N % 97 == 0   slowly (0.3 s)
   N % 23 == 0   404, always
   N % 29 == 0   a redirect to /moved/N
   N % 5 == 0    in ISO-8859-1, said only in the Content-Type header
@@ -45,8 +45,10 @@ class Handler(http.server.BaseHTTPRequestHandler):
         for name, value in headers:
             self.send_header(name, value)
         self.send_header("Content-Length", str(len(body)))
-        self.end_headers()
-        self.wfile.write(body)
+        # The request stops counting before its answer leaves: the client may send the next one
+        # the moment it has the answer, before this thread runs again.
+        self.answer_bytes = b"".join(self._headers_buffer) + b"\r\n" + body
+        self._headers_buffer = []
 
     def do_GET(self):
         stats = self.server.stats
@@ -56,17 +58,22 @@ class Handler(http.server.BaseHTTPRequestHandler):
             stats.requests[self.path] += 1
             seen = stats.requests[self.path]
             stats.agents.add(self.headers.get("User-Agent", ""))
+        self.answer_bytes = b""
         try:
             self.answer(seen)
         finally:
             with stats.lock:
                 stats.active -= 1
+        self.wfile.write(self.answer_bytes)
 
     def answer(self, seen):
         kind, _, number = self.path.strip("/").partition("/")
         if kind not in ("item", "moved") or not number.isdigit():
             return self.send(404)
         n = int(number)
+        if not self.server.faults:
+            return self.send(200, page(n).encode(), [("Content-Type", "text/html")]) if n % 5 else \
+                self.send(200, page(n).encode("iso-8859-1"), [("Content-Type", "text/html; charset=iso-8859-1")])
         if kind == "item" and n % 29 == 0:
             return self.send(302, headers=[("Location", f"/moved/{n}")])
         if n % 23 == 0:
@@ -75,7 +82,7 @@ class Handler(http.server.BaseHTTPRequestHandler):
             return self.send(503, b"busy")
         if n % 17 == 0 and seen == 1:
             return self.send(429, b"slow down", [("Retry-After", "1")])
-        if n % 19 == 0:
+        if n % 97 == 0:
             time.sleep(0.3)
         if n % 5 == 0:
             return self.send(200, page(n).encode("iso-8859-1"), [("Content-Type", "text/html; charset=iso-8859-1")])
@@ -94,8 +101,12 @@ class Stats:
 class Server(http.server.ThreadingHTTPServer):
     daemon_threads = True
 
-    def __init__(self):
+    def handle_error(self, request, client_address):
+        pass  # a client that hangs up early is no news here
+
+    def __init__(self, faults=True):
         super().__init__(("127.0.0.1", 0), Handler)
+        self.faults = faults
         self.stats = Stats()
         self.thread = threading.Thread(target=self.serve_forever, daemon=True)
         self.thread.start()
