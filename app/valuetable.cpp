@@ -115,18 +115,24 @@ std::optional<QByteArray> ValueTable::readLine()
 {
     if (m_pending)
         return std::exchange(m_pending, std::nullopt);
-    if (m_file->atEnd())
-        return std::nullopt;
-    QByteArray line = m_file->readLine(LongestLine);
-    if (line.isEmpty() && m_file->atEnd())
+    // In small pieces: QIODevice::readLine(limit) would reserve the whole limit for every line.
+    QByteArray line;
+    bool tooLong = false;
+    char piece[4096];
+    qint64 got = 0;
+    while ((got = m_file->readLine(piece, sizeof piece)) > 0) {
+        if (line.size() + got <= LongestLine)
+            line.append(piece, got);
+        else
+            tooLong = true;
+        if (piece[got - 1] == '\n')
+            break;
+    }
+    if (line.isEmpty() && !tooLong)
         return std::nullopt;
     ++m_lines;
-    if (!line.endsWith('\n') && line.size() >= LongestLine) {
-        char c = 0;
-        while (m_file->getChar(&c) && c != '\n') {
-        }
+    if (tooLong)
         return QByteArray("\x01too long"); // no CSV or JSON text starts so: the row reports it
-    }
     return line;
 }
 
