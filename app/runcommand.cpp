@@ -279,7 +279,8 @@ CommandLine runCommandLine(bool check)
     line.addOption(format);
     line.addOption({JobsOption,
                     QStringLiteral("Pages the static reader reads at once: one per core unless given; at most four "
-                                   "per core and what the limit on open files allows."),
+                                   "per core and what the limit on open files allows.")
+                        + (check ? QString() : QStringLiteral(" With --values also the requests at once over all hosts.")),
                     QStringLiteral("N")});
     if (!check) {
         line.addOption({ValuesOption,
