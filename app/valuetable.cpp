@@ -138,11 +138,6 @@ std::optional<QByteArray> ValueTable::readLine()
 
 std::optional<ValueRow> ValueTable::next()
 {
-    return m_format == Format::Csv ? nextCsv() : nextJson();
-}
-
-std::optional<ValueRow> ValueTable::nextCsv()
-{
     std::optional<QByteArray> line;
     while ((line = readLine()) && isBlank(*line)) {
     }
@@ -150,16 +145,24 @@ std::optional<ValueRow> ValueTable::nextCsv()
         return std::nullopt;
     ValueRow row;
     row.number = ++m_rows;
-    if (line->startsWith('\x01')) {
+    if (line->startsWith('\x01'))
         row.problem = QStringLiteral("line %1 of the values is longer than %2 bytes").arg(m_lines).arg(LongestLine);
-        return row;
-    }
-    QString text = QString::fromUtf8(withoutLineEnd(*line));
+    else if (m_format == Format::Csv)
+        readCsv(*line, row);
+    else
+        readJson(*line, row);
+    return row;
+}
+
+void ValueTable::readCsv(const QByteArray &line, ValueRow &row)
+{
+    QString text = QString::fromUtf8(withoutLineEnd(line));
     bool open = false;
     QStringList fields = csvFields(text, &open);
     // A quoted field may hold line breaks: the record goes on.
-    while (open && text.size() < LongestLine && (line = readLine())) {
-        text += u'\n' + QString::fromUtf8(withoutLineEnd(*line));
+    std::optional<QByteArray> more;
+    while (open && text.size() < LongestLine && (more = readLine())) {
+        text += u'\n' + QString::fromUtf8(withoutLineEnd(*more));
         fields = csvFields(text, &open);
     }
     if (open)
@@ -168,32 +171,19 @@ std::optional<ValueRow> ValueTable::nextCsv()
         row.problem = QStringLiteral("row %1 of the values has %2 fields, the header %3").arg(row.number).arg(fields.size()).arg(m_header.size());
     for (qsizetype i = 0; i < std::min(fields.size(), m_header.size()); ++i)
         row.values.append({m_header[i], fields[i]});
-    return row;
 }
 
-std::optional<ValueRow> ValueTable::nextJson()
+void ValueTable::readJson(const QByteArray &line, ValueRow &row)
 {
-    std::optional<QByteArray> line;
-    while ((line = readLine()) && isBlank(*line)) {
-    }
-    if (!line)
-        return std::nullopt;
-    ValueRow row;
-    row.number = ++m_rows;
-    if (line->startsWith('\x01')) {
-        row.problem = QStringLiteral("line %1 of the values is longer than %2 bytes").arg(m_lines).arg(LongestLine);
-        return row;
-    }
     QJsonParseError error{};
-    const QJsonDocument document = QJsonDocument::fromJson(*line, &error);
+    const QJsonDocument document = QJsonDocument::fromJson(line, &error);
     if (!document.isObject()) {
         row.problem = QStringLiteral("line %1 of the values is not a JSON object%2")
                           .arg(m_lines)
                           .arg(error.error != QJsonParseError::NoError ? QStringLiteral(": ") + error.errorString() : QString());
-        return row;
+        return;
     }
     const QJsonObject object = document.object();
     for (auto it = object.begin(); it != object.end(); ++it)
         row.values.append({it.key(), textOf(it.value())});
-    return row;
 }

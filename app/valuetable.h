@@ -32,8 +32,8 @@ public:
 
 private:
     std::optional<QByteArray> readLine();
-    std::optional<ValueRow> nextCsv();
-    std::optional<ValueRow> nextJson();
+    void readCsv(const QByteArray &line, ValueRow &row);
+    void readJson(const QByteArray &line, ValueRow &row);
 
     std::unique_ptr<QFile> m_file;
     Format m_format = Format::Csv;
