@@ -43,7 +43,7 @@ struct GivenPage {
 class BatchRun : public QObject
 {
 public:
-    BatchRun(const BatchSettings &settings, const QueryFile &query, ValueTable &table, ResultLog &log);
+    BatchRun(const BatchSettings &settings, const QueryFile &query, ValueTable &table, ResultLog &log, StopSignals &stopSignals);
     int run();
 
 private:
@@ -69,6 +69,7 @@ private:
     const QString m_folder;
     ValueTable &m_table;
     ResultLog &m_log;
+    StopSignals &m_stopSignals;
     QList<GivenPage> m_pages;
     QSet<QString> m_markers; // case-folded
     QSet<QString> m_warned;
@@ -87,12 +88,13 @@ private:
     bool m_allGaveResults = true;
 };
 
-BatchRun::BatchRun(const BatchSettings &settings, const QueryFile &query, ValueTable &table, ResultLog &log)
+BatchRun::BatchRun(const BatchSettings &settings, const QueryFile &query, ValueTable &table, ResultLog &log, StopSignals &stopSignals)
     : m_settings(settings)
     , m_query(query)
     , m_folder(QFileInfo(settings.queryPath).absolutePath())
     , m_table(table)
     , m_log(log)
+    , m_stopSignals(stopSignals)
     , m_fetcher(settings.fetch)
     , m_progress(settings.quiet)
     // Enough rows to keep every job busy while a slow one holds up the writing.
@@ -115,8 +117,7 @@ BatchRun::BatchRun(const BatchSettings &settings, const QueryFile &query, ValueT
 
 int BatchRun::run()
 {
-    StopSignals stopSignals;
-    connect(&stopSignals, &StopSignals::stopAsked, this, &BatchRun::stop);
+    connect(&m_stopSignals, &StopSignals::stopAsked, this, &BatchRun::stop);
     if (m_progress.isShown() && m_settings.valuesPath != u"-" && QFileInfo(m_settings.valuesPath).isFile()) {
         // Counted beside the run: the total only makes the progress line say how long is left.
         auto *counting = new QFutureWatcher<qint64>(this);
@@ -319,6 +320,8 @@ QByteArray BatchRun::linesOf(const Pending &row)
 
 int runBatch(const BatchSettings &settings, const QueryFile &query)
 {
+    // From the start: a stop asked while the table and the pages are opened is kept for the loop.
+    StopSignals stopSignals;
     try {
         if (settings.valuesPath == u"-" && settings.pages.contains(QStringLiteral("-")))
             throw RunError(QStringLiteral("standard input can be read once: the values or a page, not both"));
@@ -330,7 +333,7 @@ int runBatch(const BatchSettings &settings, const QueryFile &query)
         // The rows already written are the first ones: the batch writes in the table's order.
         for (qint64 skipped = 0; skipped < log->rowsDone() && table.next(); ++skipped) {
         }
-        BatchRun batch(settings, query, table, *log);
+        BatchRun batch(settings, query, table, *log, stopSignals);
         return batch.run();
     } catch (const RunError &error) {
         printError(error.message());

@@ -96,7 +96,8 @@ def check_resume(program, folder, seed):
     stopped = os.path.join(folder, "stopped.jsonl")
     batch = subprocess.Popen([program, "run", os.path.join(folder, "q.json"), "--values", os.path.join(folder, "t.csv"),
                               "--format", "json", "--output", stopped], stdout=subprocess.DEVNULL, stderr=subprocess.PIPE)
-    time.sleep(took * 0.3)
+    while batch.poll() is None and not (os.path.exists(stopped) and os.path.getsize(stopped)):
+        time.sleep(0.01)
     batch.send_signal(signal.SIGINT)
     err = batch.communicate(timeout=120)[1].decode()
     if batch.returncode == 0 or "--resume" not in err:
