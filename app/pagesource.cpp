@@ -91,13 +91,18 @@ QByteArray PageSource::read(QByteArray *contentType) const
     return *std::move(bytes);
 }
 
+DocumentPtr staticDocumentFrom(const QByteArray &bytes, const QUrl &url, const QByteArray &contentType)
+{
+    try {
+        return parseHtmlDocument(bytes, url.toString(), {}, PageEncoding::charsetOf(contentType));
+    } catch (const PageReadError &error) {
+        throw PageError(error.description());
+    }
+}
+
 DocumentPtr readStaticDocument(const PageSource &source)
 {
     QByteArray contentType;
     const QByteArray bytes = source.read(&contentType);
-    try {
-        return parseHtmlDocument(bytes, source.url.toString(), {}, PageEncoding::charsetOf(contentType));
-    } catch (const PageReadError &error) {
-        throw PageError(error.description());
-    }
+    return staticDocumentFrom(bytes, source.url, contentType);
 }

@@ -42,5 +42,9 @@ struct PageSource {
     QByteArray read(QByteArray *contentType = nullptr) const;
 };
 
+// Bytes read or fetched, parsed by the static reader in the encoding the transport names
+// (contentType) or the page itself does. Throws PageError.
+DocumentPtr staticDocumentFrom(const QByteArray &bytes, const QUrl &url, const QByteArray &contentType);
+
 // The page read by the static reader, in the encoding the browser would choose. Throws PageError, with the reason the reader gives.
 DocumentPtr readStaticDocument(const PageSource &source);

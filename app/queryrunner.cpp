@@ -43,6 +43,23 @@ RunnableQuery RunnableQuery::from(const QueryFile &query, const QHash<QString, Q
     return substituted(query, folder, address);
 }
 
+QStringList RunnableQuery::markerNames(const QueryFile &query, Address address)
+{
+    QStringList names;
+    ControlVariables::exampleValueCache().clear();
+    ControlVariables::setValueSource([&](const QString &name) -> std::optional<QString> {
+        if (!names.contains(name, Qt::CaseInsensitive))
+            names.append(name);
+        return QString();
+    });
+    const auto restore = qScopeGuard([] {
+        ControlVariables::setValueSource({});
+        ControlVariables::exampleValueCache().clear();
+    });
+    substituted(query, {}, address);
+    return names;
+}
+
 RunnableQuery RunnableQuery::substituted(const QueryFile &query, const QString &folder, Address address)
 {
     RunnableQuery runnable;
@@ -58,7 +75,7 @@ QJsonObject RunResult::toJson() const
 {
     const auto index = [](int value) { return value < 0 ? QJsonValue(QJsonValue::Null) : QJsonValue(value); };
     const auto text = [](const QString &value, bool present) { return present ? QJsonValue(value) : QJsonValue(QJsonValue::Null); };
-    return QJsonObject{{QStringLiteral("page"), page},
+    QJsonObject object{{QStringLiteral("page"), page},
                        {QStringLiteral("found"), index(found)},
                        {QStringLiteral("returned"), index(returned)},
                        {QStringLiteral("tagName"), text(tagName, returned >= 0)},
@@ -66,6 +83,11 @@ QJsonObject RunResult::toJson() const
                        {QStringLiteral("matches"), matches},
                        {QStringLiteral("scripted"), scripted ? QJsonValue(*scripted) : QJsonValue(QJsonValue::Null)},
                        {QStringLiteral("reason"), reason.isEmpty() ? QJsonValue(QJsonValue::Null) : QJsonValue(reason)}};
+    if (httpStatus) {
+        object.insert(QStringLiteral("status"), *httpStatus ? QJsonValue(*httpStatus) : QJsonValue(QJsonValue::Null));
+        object.insert(QStringLiteral("final"), finalAddress.isEmpty() ? QJsonValue(QJsonValue::Null) : QJsonValue(finalAddress));
+    }
+    return object;
 }
 
 RunResult EvaluateQuery(const Document &document, const RunnableQuery &query, const WildcardMatcher &matcher)

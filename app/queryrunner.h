@@ -30,6 +30,8 @@ struct RunnableQuery {
     // folder (the query file's).
     static RunnableQuery from(const QueryFile &query, const QHash<QString, QString> &values, const QString &folder = {},
                               Address address = Address::Read);
+    // The names of the markers that from() fills, as the query writes them.
+    static QStringList markerNames(const QueryFile &query, Address address = Address::Read);
     // The same, with the values the designer asks the user for.
     static RunnableQuery substituted(const QueryFile &query, const QString &folder = {}, Address address = Address::Read);
 };
@@ -48,6 +50,9 @@ struct RunResult {
     // Whether the page runs scripts as it loads (pagescripts.h); unknown for a page that was
     // not read, or read in part without one in that part.
     std::optional<bool> scripted;
+    // For a fetched page: the last HTTP status (0 when none came) and the address after redirects.
+    std::optional<int> httpStatus;
+    QString finalAddress;
 
     bool succeeded() const { return reason.isEmpty(); }
     QJsonObject toJson() const;

@@ -1,5 +1,6 @@
 #include "runcommand.h"
 
+#include "batchrun.h"
 #include "browserloader.h"
 #include "commandline.h"
 #include "pagesource.h"
@@ -7,6 +8,7 @@
 #include "platform/handlerguard.h"
 #include "platform/runtimeerror.h"
 #include "browser/webpage.h"
+#include "pagerun.h"
 #include "queryrunner.h"
 
 #include <QApplication>
@@ -14,6 +16,7 @@
 #include <QFileInfo>
 #include <QJsonDocument>
 #include <QLoggingCategory>
+#include <QRegularExpression>
 #include <QThreadPool>
 #include <QtConcurrent>
 
@@ -38,6 +41,7 @@ struct Options {
     Format format = Format::Text;
     int jobs = QThread::idealThreadCount();
     bool jobsGiven = false;
+    BatchSettings batch; // used when valuesPath is set
 };
 
 // The options' names, as the parser and optionsFrom know them.
@@ -45,6 +49,15 @@ const QString SetOption = QStringLiteral("set");
 const QString EngineOption = QStringLiteral("engine");
 const QString FormatOption = QStringLiteral("format");
 const QString JobsOption = QStringLiteral("jobs");
+const QString ValuesOption = QStringLiteral("values");
+const QString OutputOption = QStringLiteral("output");
+const QString ResumeOption = QStringLiteral("resume");
+const QString PerHostOption = QStringLiteral("per-host");
+const QString DelayOption = QStringLiteral("delay");
+const QString TimeoutOption = QStringLiteral("timeout");
+const QString RetriesOption = QStringLiteral("retries");
+const QString UserAgentOption = QStringLiteral("user-agent");
+const QString QuietOption = QStringLiteral("quiet");
 
 constexpr int AllGaveResults = 0;
 constexpr int SomeGaveNone = 1;
@@ -53,6 +66,56 @@ constexpr int BadArguments = 2;
 void printError(const QString &message)
 {
     std::fprintf(stderr, "tamberline: %s\n", qPrintable(message));
+}
+
+
+double numberOption(const QCommandLineParser &parser, const QString &name, double least, double most)
+{
+    bool ok = false;
+    const double value = parser.value(name).toDouble(&ok);
+    if (!ok || value < least || value > most)
+        throw RunError(QStringLiteral("--%1 wants a number from %2 to %3, not \"%4\"").arg(name).arg(least).arg(most).arg(parser.value(name)));
+    return value;
+}
+
+BatchSettings batchSettingsFrom(const QCommandLineParser &parser, const Options &options)
+{
+    BatchSettings batch;
+    batch.valuesPath = parser.value(ValuesOption);
+    if (batch.valuesPath.isEmpty()) {
+        for (const QString &name : {OutputOption, ResumeOption, PerHostOption, DelayOption, TimeoutOption, RetriesOption, UserAgentOption, QuietOption}) {
+            if (parser.isSet(name))
+                throw RunError(QStringLiteral("--%1 is for a batch: give the values with --values FILE").arg(name));
+        }
+        return batch;
+    }
+    if (options.engine == Engine::Browser)
+        throw RunError(QStringLiteral("--values runs the static reader; --engine browser reads pages one list at a time"));
+    batch.pages = options.pages;
+    batch.setValues = options.values;
+    batch.json = options.format == Format::Json;
+    batch.outputPath = parser.value(OutputOption);
+    batch.resume = parser.isSet(ResumeOption);
+    if (batch.resume && batch.outputPath.isEmpty())
+        throw RunError(QStringLiteral("--resume goes on with the rows in --output FILE: give it"));
+    batch.quiet = parser.isSet(QuietOption);
+    batch.fetch.perHost = int(numberOption(parser, PerHostOption, 1, 64));
+    batch.fetch.delayMs = int(numberOption(parser, DelayOption, 0, 3600) * 1000);
+    batch.fetch.timeoutMs = int(numberOption(parser, TimeoutOption, 0.1, 3600) * 1000);
+    batch.fetch.retries = int(numberOption(parser, RetriesOption, 0, 20));
+    batch.fetch.userAgent = parser.value(UserAgentOption).toUtf8();
+    batch.fetch.maxBytes = maxPageBytes();
+    return batch;
+}
+
+// A command line that a shell reads back as these arguments.
+QString shellCommand(const QStringList &arguments)
+{
+    QStringList quoted;
+    static const QRegularExpression plain(QStringLiteral("^[A-Za-z0-9_./:=@%+,-]+$"));
+    for (const QString &argument : arguments)
+        quoted.append(plain.match(argument).hasMatch() ? argument : u'\'' + QString(argument).replace(u'\'', QStringLiteral("'\\''")) + u'\'');
+    return quoted.join(u' ');
 }
 
 // What the options' values mean, once the parser has read them; a RunError says what is wrong.
@@ -92,6 +155,8 @@ Options optionsFrom(const QCommandLineParser &parser, bool check)
             throw RunError(QStringLiteral("--jobs wants a whole number of at least 1"));
         options.jobsGiven = true;
     }
+    if (!check)
+        options.batch = batchSettingsFrom(parser, options);
     return options;
 }
 
@@ -108,43 +173,6 @@ int mostJobs()
     return int(std::max(1LL, most));
 }
 
-RunResult failed(const QString &page, const QString &reason, const QString &message)
-{
-    RunResult result;
-    result.page = page;
-    result.reason = reason;
-    result.message = message;
-    return result;
-}
-
-// Whatever goes wrong with one page is that page's error: the others still give their results,
-// and nothing escapes a worker thread.
-template<typename Load>
-RunResult runOnPage(const PageSource &source, const RunnableQuery &query, Load load)
-{
-    const auto pageError = [&](const QString &message) { return failed(source.name, QStringLiteral("page-error"), message); };
-    try {
-        const DocumentPtr document = load(source);
-        RunResult result = EvaluateQuery(*document, query, WildcardMatcher());
-        result.page = source.name;
-        return result;
-    } catch (const PageError &error) {
-        return pageError(error.message());
-    } catch (const RuntimeError &error) {
-        return pageError(runtimeErrorText(error));
-    } catch (const std::bad_alloc &) {
-        return pageError(QStringLiteral("not enough memory to read the page"));
-    } catch (const std::exception &error) {
-        return pageError(QString::fromLocal8Bit(error.what()));
-    } catch (...) {
-        return pageError(QStringLiteral("the page could not be read"));
-    }
-}
-
-RunResult runOnStaticPage(const PageSource &source, const RunnableQuery &query)
-{
-    return runOnPage(source, query, readStaticDocument);
-}
 
 QList<RunResult> runPages(const Options &options, const QList<PageSource> &sources, const RunnableQuery &query)
 {
@@ -158,24 +186,6 @@ QList<RunResult> runPages(const Options &options, const QList<PageSource> &sourc
     QThreadPool pool;
     pool.setMaxThreadCount(options.jobs);
     return QtConcurrent::blockingMapped(&pool, sources, [&](const PageSource &source) { return runOnStaticPage(source, query); });
-}
-
-// One line per page: backslashes and line breaks are escaped as \\, \n and \r.
-QString oneLine(const QString &text)
-{
-    QString line;
-    line.reserve(text.size());
-    for (const QChar c : text) {
-        if (c == u'\\')
-            line += QStringLiteral("\\\\");
-        else if (c == u'\n')
-            line += QStringLiteral("\\n");
-        else if (c == u'\r')
-            line += QStringLiteral("\\r");
-        else
-            line += c;
-    }
-    return line;
 }
 
 void printLine(const QByteArray &line)
@@ -232,7 +242,10 @@ CommandLine runCommandLine(bool check)
                      {check ? QStringLiteral("tamberline check QUERY.json PAGE... [--set name=value ...]\n"
                                              "                 [--engine static|browser] [--jobs N]")
                             : QStringLiteral("tamberline run QUERY.json [PAGE ...] [--set name=value ...]\n"
-                                             "               [--engine static|browser] [--format text|json] [--jobs N]")},
+                                             "               [--engine static|browser] [--format text|json] [--jobs N]\n"
+                                             "               [--values FILE [--output FILE [--resume]] [--per-host N]\n"
+                                             "               [--delay SECONDS] [--timeout SECONDS] [--retries N]\n"
+                                             "               [--user-agent TEXT] [--quiet]]")},
                      check ? QStringLiteral("Print a table of what the query finds in each page, to see whether it "
                                             "survives changes of a page.")
                            : QStringLiteral("Run the query over pages and print what it returns from each, one line "
@@ -241,7 +254,13 @@ CommandLine runCommandLine(bool check)
                                             "reason (ok when the page gave a result).")
                            : QStringLiteral("With --format text a page without a result has an empty line, and "
                                             "standard error says why. With --format json each line is an object with "
-                                            "page, found, returned, tagName, text, matches, reason and scripted."));
+                                            "page, found, returned, tagName, text, matches, reason and scripted.\n"
+                                            "With --values the query runs once per row of a value table, the row's "
+                                            "values filling its %name% markers: over the pages given, or else over "
+                                            "the row's filled address, fetched. The results come in the table's "
+                                            "order, one line per row and page; JSON lines add row and values, and for "
+                                            "fetched pages status and final (the address after redirects). "
+                                            "A row that leaves a marker without a value is that row's bad-query."));
     line.addArgument(QStringLiteral("QUERY.json"), QStringLiteral("The query file, as the window saves it."));
     line.addArgument(QStringLiteral("PAGE"),
                      QStringLiteral("A file, - for standard input (once), or a file:, http: or https: address.")
@@ -260,10 +279,40 @@ CommandLine runCommandLine(bool check)
     line.addOption(format);
     line.addOption({JobsOption,
                     QStringLiteral("Pages the static reader reads at once: one per core unless given; at most four "
-                                   "per core and what the limit on open files allows."),
+                                   "per core and what the limit on open files allows.")
+                        + (check ? QString() : QStringLiteral(" With --values also the requests at once over all hosts.")),
                     QStringLiteral("N")});
+    if (!check) {
+        line.addOption({ValuesOption,
+                        QStringLiteral("A value table: CSV with a header row naming the markers, or JSON Lines of "
+                                       "objects (by the extension .csv, .jsonl or .ndjson, else by a first {); - for "
+                                       "standard input."),
+                        QStringLiteral("FILE")});
+        line.addOption({OutputOption,
+                        QStringLiteral("With --values: append each row's results to FILE as they are done, in order, "
+                                       "instead of standard output."),
+                        QStringLiteral("FILE")});
+        line.addOption({ResumeOption,
+                        QStringLiteral("With --output: keep the rows FILE holds (cutting off a row written in part) "
+                                       "and run only the others.")});
+        line.addOption({PerHostOption, QStringLiteral("With --values: requests at once to one host."), QStringLiteral("N"),
+                        QStringLiteral("2")});
+        line.addOption({DelayOption, QStringLiteral("With --values: seconds from one request to the next to one host."),
+                        QStringLiteral("SECONDS"), QStringLiteral("0")});
+        line.addOption({TimeoutOption, QStringLiteral("With --values: seconds one request may take."),
+                        QStringLiteral("SECONDS"), QStringLiteral("30")});
+        line.addOption({RetriesOption,
+                        QStringLiteral("With --values: tries again after a connection error, 429 or 5xx, pausing "
+                                       "longer each time or as Retry-After says (at most 60 s); never after another "
+                                       "4xx."),
+                        QStringLiteral("N"), QStringLiteral("3")});
+        line.addOption({UserAgentOption, QStringLiteral("With --values: the User-Agent of the requests."),
+                        QStringLiteral("TEXT"), QStringLiteral("tamberline/" TAMBERLINE_VERSION)});
+        line.addOption({QuietOption, QStringLiteral("With --values: no progress line on a terminal's standard error.")});
+    }
     line.setClosing(QStringLiteral("Exit status: 0 when every page gave a result, 1 when some did not, 2 for wrong "
-                                   "arguments or a bad query file."));
+                                   "arguments or a bad query file; after SIGINT or SIGTERM a batch ends the rows under "
+                                   "way, says how to resume and exits with 128 + the signal's number."));
     return line;
 }
 
@@ -303,6 +352,22 @@ int runCommandMain(int argc, char *argv[])
         if (options.jobsGiven)
             printError(QStringLiteral("--jobs %1 is more than this machine reads at once; %2 are used").arg(options.jobs).arg(mostJobs()));
         options.jobs = mostJobs();
+    }
+
+    if (!options.batch.valuesPath.isEmpty()) {
+        try {
+            options.batch.queryPath = options.queryPath;
+            options.batch.jobs = options.jobs;
+            options.batch.fetch.jobs = options.jobs;
+            QStringList again = CommandLine::argumentsOf(argc, argv);
+            if (!again.contains(QStringLiteral("--") + ResumeOption))
+                again.append(QStringLiteral("--") + ResumeOption);
+            options.batch.resumeCommand = shellCommand(again);
+            return runBatch(options.batch, QueryFile::load(options.queryPath));
+        } catch (const QueryFileError &error) {
+            printError(error.message());
+            return BadArguments;
+        }
     }
 
     RunnableQuery query;

@@ -288,6 +288,12 @@ void tst_RunCommand::badArgumentsAndQueries_data()
     QTest::newRow("wrong type") << QStringList{} << QByteArray(R"({"Url1": 1, "AllowNav2": false, "SearchText": "", "NodeOffset": 0, "ElemAttribs": []})")
                                 << QStringLiteral("\"Url1\" must be a string");
     QTest::newRow("no address, no page") << QStringList{} << good << QStringLiteral("no address");
+    QTest::newRow("a batch option without a table") << QStringList{QStringLiteral("--output"), QStringLiteral("o.jsonl")} << good
+                                                   << QStringLiteral("--output is for a batch");
+    QTest::newRow("resume with nothing to go on with") << QStringList{QStringLiteral("--values"), QStringLiteral("v.csv"), QStringLiteral("--resume")}
+                                                      << good << QStringLiteral("--resume goes on with the rows in --output");
+    QTest::newRow("a table and standard input as the page")
+        << QStringList{QStringLiteral("-"), QStringLiteral("--values"), QStringLiteral("-")} << good << QStringLiteral("standard input can be read once");
 }
 
 void tst_RunCommand::badArgumentsAndQueries()

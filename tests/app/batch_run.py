@@ -1,0 +1,153 @@
+"""tamberline run --values against pages served on the loopback.
+
+batch_run.py PROGRAM CONTRIB_DASK (http | resume | dask)
+  http    2,000 rows over two hosts: every row's result right and in order, the per-host limit
+          kept, failures tried again and 404 not, the program's User-Agent
+  resume  a batch killed with SIGKILL at random moments, a last line cut short, and a SIGINT,
+          each resumed: the same file as one uninterrupted run
+  dask    the table on a local Dask cluster of two worker processes: the same file again
+"""
+
+import json
+import os
+import random
+import shlex
+import signal
+import subprocess
+import sys
+import tempfile
+import time
+
+sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
+import batchserver  # noqa: E402
+
+SKIP = 77
+ROWS = 2000
+
+
+def fail(message):
+    print("FAIL:", message)
+    sys.exit(1)
+
+
+def run(program, folder, *arguments):
+    return subprocess.run([program, "run", os.path.join(folder, "q.json"), "--values", os.path.join(folder, "t.csv"),
+                           "--format", "json", "--jobs", "8", *arguments], capture_output=True, timeout=300)
+
+
+def check_http(program, folder, servers):
+    out = os.path.join(folder, "out.jsonl")
+    done = run(program, folder, "--per-host", "2", "--output", out)
+    if done.returncode != 1:
+        fail(f"exit status {done.returncode}, not 1 for the rows without a result: {done.stderr[-2000:]}")
+    if done.stderr.decode().count('column "note" fills no marker') != 1:
+        fail("the unused column is not named once: " + done.stderr.decode()[:2000])
+    lines = open(out, "rb").read().splitlines()
+    if len(lines) != ROWS:
+        fail(f"{len(lines)} results for {ROWS} rows")
+    for i, line in enumerate(lines, 1):
+        got = json.loads(line)
+        if got["row"] != i:
+            fail(f"line {i} holds row {got['row']}")
+        if i == ROWS // 2:
+            if got["reason"] != "bad-query":
+                fail(f"the row without an id gives {got}")
+            continue
+        host = servers[i % len(servers)].host
+        want = batchserver.expected(i, host)
+        if got["values"] != {"host": host, "id": str(i), "note": "a, b"} or any(got.get(k) != v for k, v in want.items()):
+            fail(f"row {i}: {got}, not {want}")
+    for server in servers:
+        stats = server.stats
+        if stats.most > 2:
+            fail(f"{stats.most} requests at once to {server.host}")
+        if stats.agents != {"tamberline/0.1"} and not all(a.startswith("tamberline/") for a in stats.agents):
+            fail(f"User-Agent {stats.agents}")
+    requests = sum((s.stats.requests for s in servers), batchserver.collections.Counter())
+    for n, times in ((13, 2), (17, 2), (23, 1), (26, 2), (46, 1)):
+        if requests[f"/item/{n}"] != times:
+            fail(f"/item/{n} asked {requests[f'/item/{n}']} times, not {times}")
+
+
+def check_resume(program, folder, seed):
+    reference = os.path.join(folder, "reference.jsonl")
+    started = time.monotonic()
+    run(program, folder, "--output", reference)
+    took = time.monotonic() - started
+    rng = random.Random(seed)
+    out = os.path.join(folder, "killed.jsonl")
+    for _ in range(3):
+        batch = subprocess.Popen([program, "run", os.path.join(folder, "q.json"), "--values", os.path.join(folder, "t.csv"),
+                                  "--format", "json", "--jobs", "8", "--output", out, "--resume"],
+                                 stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        time.sleep(rng.uniform(0.05, took * 0.6))
+        batch.send_signal(signal.SIGKILL)
+        batch.wait()
+    # Power lost while a line was written: half of the last line.
+    data = open(out, "rb").read()
+    if data:
+        last = data.rstrip(b"\n").rfind(b"\n") + 1
+        with open(out, "wb") as cut:
+            cut.write(data[:last + (len(data) - last) // 2])
+    run(program, folder, "--output", out, "--resume")
+    if open(out, "rb").read() != open(reference, "rb").read():
+        fail(f"killed and resumed (seed {seed}): not the uninterrupted run's results")
+
+    stopped = os.path.join(folder, "stopped.jsonl")
+    batch = subprocess.Popen([program, "run", os.path.join(folder, "q.json"), "--values", os.path.join(folder, "t.csv"),
+                              "--format", "json", "--output", stopped], stdout=subprocess.DEVNULL, stderr=subprocess.PIPE)
+    while batch.poll() is None and not (os.path.exists(stopped) and os.path.getsize(stopped)):
+        time.sleep(0.01)
+    batch.send_signal(signal.SIGINT)
+    err = batch.communicate(timeout=120)[1].decode()
+    if batch.returncode == 0 or "--resume" not in err:
+        fail(f"after SIGINT: status {batch.returncode}, {err[-1000:]}")
+    command = err.strip().splitlines()[-1]
+    if subprocess.run(shlex.split(command), capture_output=True, timeout=300).returncode not in (0, 1):
+        fail(f"the command SIGINT gave does not run: {command}")
+    if open(stopped, "rb").read() != open(reference, "rb").read():
+        fail("stopped by SIGINT and resumed: not the uninterrupted run's results")
+
+
+def check_dask(program, folder, contrib):
+    try:
+        import distributed  # noqa: F401
+    except ImportError:
+        print("SKIP: python3-distributed is not installed")
+        sys.exit(SKIP)
+    reference = os.path.join(folder, "reference.jsonl")
+    run(program, folder, "--output", reference)
+    out = os.path.join(folder, "dask.jsonl")
+    env = dict(os.environ, PYTHONPATH=contrib)
+    done = subprocess.run([sys.executable, "-m", "tamberline_dask", os.path.join(folder, "q.json"),
+                           "--values", os.path.join(folder, "t.csv"), "--output", out, "--workers", "2",
+                           "--partitions", "5", "--program", program], env=env, capture_output=True, timeout=600)
+    if done.returncode not in (0, 1):
+        fail(f"tamberline_dask: status {done.returncode}: {done.stderr.decode()[-3000:]}")
+    if open(out, "rb").read() != open(reference, "rb").read():
+        fail("the Dask run's results are not the single run's")
+
+
+def main():
+    program, contrib, which = sys.argv[1:4]
+    seed = int(os.environ.get("BATCH_SEED", random.randrange(1 << 30)))
+    # Failures slow a run down; the resumed and Dask runs need the same results, not the failures.
+    servers = [batchserver.Server(faults=which == "http") for _ in range(2)]
+    try:
+        with tempfile.TemporaryDirectory() as folder:
+            batchserver.write_table(os.path.join(folder, "t.csv"), servers, ROWS)
+            batchserver.write_query(os.path.join(folder, "q.json"))
+            if which == "http":
+                check_http(program, folder, servers)
+            elif which == "resume":
+                check_resume(program, folder, seed)
+            else:
+                check_dask(program, folder, contrib)
+    finally:
+        for server in servers:
+            server.close()
+    print(f"{which}: 1 passed, 0 failed")
+
+
+if __name__ == "__main__":
+    main()

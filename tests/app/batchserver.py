@@ -1,0 +1,136 @@
+"""Example pages served on the loopback, with the failures a real site has now and then.
+
+Each server is one host to the fetcher (its own port). /item/N answers, by N:
+  N % 13 == 0   503 the first time
+  N % 17 == 0   429 with Retry-After: 1 the first time
+  N % 97 == 0   slowly (0.3 s)
+  N % 23 == 0   404, always
+  N % 29 == 0   a redirect to /moved/N
+  N % 5 == 0    in ISO-8859-1, said only in the Content-Type header
+The server counts the requests it is answering at once, per host, and every request by path.
+"""
+
+import collections
+import http.server
+import json
+import threading
+import time
+
+
+def price(n):
+    return f"price-{n * 7}" + (" é" if n % 5 == 0 else "")
+
+
+def page(n):
+    return (f"<html><body><h1>Item</h1><p class=code>code-{n}</p>"
+            f"<p class=price>{price(n)}</p></body></html>")
+
+
+def expected(n, host):
+    """The result fields a row with id n on host gives."""
+    if n % 23 == 0:
+        return {"reason": "page-error", "text": None, "status": 404}
+    path = f"/moved/{n}" if n % 29 == 0 else f"/item/{n}"
+    return {"reason": None, "text": price(n), "status": 200, "final": f"http://{host}{path}"}
+
+
+class Handler(http.server.BaseHTTPRequestHandler):
+    protocol_version = "HTTP/1.1"
+
+    def log_message(self, *args):
+        pass
+
+    def send(self, status, body=b"", headers=()):
+        self.send_response(status)
+        for name, value in headers:
+            self.send_header(name, value)
+        self.send_header("Content-Length", str(len(body)))
+        # The request stops counting before its answer leaves: the client may send the next one
+        # the moment it has the answer, before this thread runs again.
+        self.answer_bytes = b"".join(self._headers_buffer) + b"\r\n" + body
+        self._headers_buffer = []
+
+    def do_GET(self):
+        stats = self.server.stats
+        with stats.lock:
+            stats.active += 1
+            stats.most = max(stats.most, stats.active)
+            stats.requests[self.path] += 1
+            seen = stats.requests[self.path]
+            stats.agents.add(self.headers.get("User-Agent", ""))
+        self.answer_bytes = b""
+        try:
+            self.answer(seen)
+        finally:
+            with stats.lock:
+                stats.active -= 1
+        self.wfile.write(self.answer_bytes)
+
+    def answer(self, seen):
+        kind, _, number = self.path.strip("/").partition("/")
+        if kind not in ("item", "moved") or not number.isdigit():
+            return self.send(404)
+        n = int(number)
+        if not self.server.faults:
+            return self.send(200, page(n).encode(), [("Content-Type", "text/html")]) if n % 5 else \
+                self.send(200, page(n).encode("iso-8859-1"), [("Content-Type", "text/html; charset=iso-8859-1")])
+        if kind == "item" and n % 29 == 0:
+            return self.send(302, headers=[("Location", f"/moved/{n}")])
+        if n % 23 == 0:
+            return self.send(404, b"gone")
+        if n % 13 == 0 and seen == 1:
+            return self.send(503, b"busy")
+        if n % 17 == 0 and seen == 1:
+            return self.send(429, b"slow down", [("Retry-After", "1")])
+        if n % 97 == 0:
+            time.sleep(0.3)
+        if n % 5 == 0:
+            return self.send(200, page(n).encode("iso-8859-1"), [("Content-Type", "text/html; charset=iso-8859-1")])
+        return self.send(200, page(n).encode(), [("Content-Type", "text/html")])
+
+
+class Stats:
+    def __init__(self):
+        self.lock = threading.Lock()
+        self.active = 0
+        self.most = 0
+        self.requests = collections.Counter()
+        self.agents = set()
+
+
+class Server(http.server.ThreadingHTTPServer):
+    daemon_threads = True
+
+    def handle_error(self, request, client_address):
+        pass  # a client that hangs up early is no news here
+
+    def __init__(self, faults=True):
+        super().__init__(("127.0.0.1", 0), Handler)
+        self.faults = faults
+        self.stats = Stats()
+        self.thread = threading.Thread(target=self.serve_forever, daemon=True)
+        self.thread.start()
+
+    @property
+    def host(self):
+        return f"127.0.0.1:{self.server_address[1]}"
+
+    def close(self):
+        self.shutdown()
+        self.server_close()
+
+
+def write_table(path, servers, rows):
+    """A CSV table of rows spread over the servers; a column no marker uses, and one row short of
+    its id."""
+    with open(path, "w") as table:
+        table.write("host,id,note\n")
+        for i in range(1, rows + 1):
+            host = servers[i % len(servers)].host
+            table.write(f"{host}\n" if i == rows // 2 else f"{host},{i},\"a, b\"\n")
+
+
+def write_query(path):
+    with open(path, "w") as query:
+        json.dump({"Url1": "http://%host%/item/%id%", "AllowNav2": False, "SearchText": "code-%id%",
+                   "NodeOffset": 1, "ElemAttribs": []}, query)
