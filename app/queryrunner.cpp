@@ -28,7 +28,7 @@ RunnableQuery RunnableQuery::from(const QueryFile &query, const QHash<QString, Q
     ControlVariables::setValueSource([&](const QString &name) -> std::optional<QString> {
         const auto value = byName.constFind(name.toCaseFolded());
         if (value == byName.cend())
-            throw RunError(QStringLiteral("the query needs a value for %%1%: give it with --set %1=VALUE").arg(name));
+            throw RunError(QStringLiteral("the query needs a value for %%1%: give it with --set %1=VALUE or a column %1 in --values").arg(name));
         return *value;
     });
     Dialogs::setMessageBoxResponder([](const Dialogs::MessageBoxCall &call) -> int {
