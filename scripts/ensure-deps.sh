@@ -5,7 +5,8 @@ set -eu
 # Packages named on the command line are checked instead (the fuzz build's compiler, say).
 packages=${*:-"cmake ninja-build g++ pkg-config make
 qt6-base-dev qt6-base-dev-tools qt6-webengine-dev qt6-webchannel-dev
-libmodest-dev libgumbo-dev libicu-dev libxml2-dev libxcb1-dev libgl-dev xvfb xauth"}
+libmodest-dev libgumbo-dev libicu-dev libxml2-dev libxcb1-dev libgl-dev xvfb xauth
+dpkg-dev file binutils"}
 
 missing=""
 for p in $packages; do
