@@ -1,8 +1,9 @@
-# `make run` opens the host window on the bundled example; `make test` builds and runs every test.
+# `make run` opens the host window on the bundled example; `make test` builds and runs every test;
+# `make package` builds the Debian package in the build folder.
 BUILD_DIR := build
 TEST_ENV := QT_QPA_PLATFORM=offscreen QTWEBENGINE_DISABLE_SANDBOX=1
 
-.PHONY: all deps configure build run test fuzz clean
+.PHONY: all deps configure build run test package fuzz clean
 
 all: build
 
@@ -20,6 +21,9 @@ run: build
 
 test: build
 	@cd $(BUILD_DIR) && env $(TEST_ENV) ctest --output-on-failure --timeout 300 -j2
+
+package: build
+	@cd $(BUILD_DIR) && cpack
 
 # Fuzz targets with libFuzzer, ASan and UBSan, FUZZ_SECONDS each (default 300).
 fuzz: deps

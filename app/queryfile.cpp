@@ -1,6 +1,6 @@
 #include "queryfile.h"
 
-#include "control/tamberlinecontrol.h"
+#include "control/controlaccess.h"
 #include "limitedread.h"
 
 #include <QDir>
@@ -196,6 +196,6 @@ QueryFile QueryFile::readFrom(const Tamberline &control)
     query.AllowNav2 = control.AllowNav2();
     query.SearchText = control.SearchText();
     query.NodeOffset = control.NodeOffset();
-    query.ElemAttribs = control.storedAttribs();
+    query.ElemAttribs = storedAttribs(control);
     return query;
 }

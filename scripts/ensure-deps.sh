@@ -6,7 +6,7 @@ set -eu
 packages=${*:-"cmake ninja-build g++ pkg-config make
 qt6-base-dev qt6-base-dev-tools qt6-webengine-dev qt6-webchannel-dev
 libmodest-dev libgumbo-dev libicu-dev libxml2-dev libxcb1-dev libgl-dev xvfb xauth
-python3 python3-distributed"}
+python3 python3-distributed dpkg-dev file binutils"}
 
 missing=""
 for p in $packages; do

@@ -2,7 +2,7 @@
 
 #include "platform/boundarytypes.h"
 #include "document/textrules.h"
-#include "tamberlinecontrol.h"
+#include <tamberline/tamberlinecontrol.h>
 
 #include <algorithm>
 

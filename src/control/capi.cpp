@@ -1,8 +1,8 @@
 // The C interface over Tamberline: statuses instead of exceptions, UTF-8 instead of QString.
-#include "tamberline.h"
+#include <tamberline/tamberline.h>
 
 #include "platform/boundarytypes.h"
-#include "tamberlinecontrol.h"
+#include "controlaccess.h"
 
 #include <QStringDecoder>
 #include <QThread>

@@ -1,7 +1,7 @@
 #include "dispatch.h"
 
 #include "platform/boundarytypes.h"
-#include "tamberlinecontrol.h"
+#include <tamberline/tamberlinecontrol.h>
 
 #include <QMetaType>
 

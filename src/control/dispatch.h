@@ -1,12 +1,12 @@
 #pragma once
 
+#include <tamberline/tamberlinecontrol.h>
+
 #include <QVariant>
 #include <QVariantList>
 
 #include <cstdint>
 #include <span>
-
-class Tamberline;
 
 // Dispatch identifiers of the control's interface.
 namespace DispId {
@@ -20,9 +20,6 @@ constexpr int32_t EditProperties = 0x60030006;
 constexpr int32_t EditQueryItem = 0x60030007;
 constexpr int32_t EditWizard = 0x60030008;
 } // namespace DispId
-
-// How a member is reached. A host that reads may pass Method and PropertyGet together.
-enum class DispatchKind : int { Method = 1, PropertyGet = 2, PropertyPut = 4 };
 
 struct DispatchMember {
     const char *name;

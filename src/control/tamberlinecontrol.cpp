@@ -1,7 +1,9 @@
-#include "tamberlinecontrol.h"
+#include <tamberline/tamberlinecontrol.h>
 
 #include "attribwalk.h"
+#include "controlaccess.h"
 #include "controlthreadstate.h"
+#include "dispatch.h"
 #include "editorapplication.h"
 #include "parser/frmmain.h"
 #include "platform/conversions.h"
@@ -113,8 +115,9 @@ QVariant Tamberline::invoke(int32_t dispid, DispatchKind kind, const QVariantLis
     return dispatchInvoke(*this, dispid, kind, args);
 }
 
-QStringList Tamberline::storedAttribs() const { return m_state->query.storedAttribs(); }
-void Tamberline::removeStoredAttrib(int position) { m_state->query.removeStoredAttrib(position); }
+QueryDefinition &ControlAccess::query(const Tamberline &control) { return control.m_state->query; }
+QStringList storedAttribs(const Tamberline &control) { return ControlAccess::query(control).storedAttribs(); }
+void removeStoredAttrib(Tamberline &control, int position) { ControlAccess::query(control).removeStoredAttrib(position); }
 
 QString takeEditQueryItemFailure()
 {

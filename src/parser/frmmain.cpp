@@ -1,7 +1,7 @@
 #include "frmmain.h"
 
 #include "control/attribwalk.h"
-#include "control/tamberlinecontrol.h"
+#include "control/controlaccess.h"
 #include "documentsearch.h"
 #include "documenttree.h"
 #include "nodeoperations.h"

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "addresshistory.h"
-#include "control/tamberlinecontrol.h"
+#include <tamberline/tamberlinecontrol.h>
 #include "navigationpermission.h"
 #include "nodepropertylist.h"
 #include "nodetree.h"

@@ -1,7 +1,7 @@
 #include "nodepropertylist.h"
 
 #include "control/attribwalk.h"
-#include "control/tamberlinecontrol.h"
+#include "control/controlaccess.h"
 #include "platform/runtimeerror.h"
 #include "document/textcase.h"
 #include "document/textrules.h"
@@ -123,7 +123,7 @@ void NodePropertyList::addFilterOnlyRows(bool ignoreErrors)
 {
     if (!m_control)
         return;
-    for (const QString &entry : m_control->storedAttribs()) {
+    for (const QString &entry : storedAttribs(*m_control)) {
         bool spelled = false;
         for (int i = 0; i < m_list->topLevelItemCount() && !spelled; ++i) {
             const QTreeWidgetItem *row = m_list->topLevelItem(i);
@@ -174,12 +174,12 @@ void NodePropertyList::rowCheckToggled(QTreeWidgetItem *row)
     if (!m_control)
         throw RuntimeError(ErrorNumber::ObjectRequired);
     const QString name = toUpperKeepingLength(trimBlanks(row->text(0)));
-    const QStringList stored = m_control->storedAttribs();
+    const QStringList stored = storedAttribs(*m_control);
     for (int i = 0; i < stored.size(); ++i) {
         const qsizetype at = stored.at(i).indexOf(u'=');
         if (at < 0 || toUpperKeepingLength(trimBlanks(stored.at(i).left(at))) != name)
             continue;
-        m_control->removeStoredAttrib(i);
+        removeStoredAttrib(*m_control, i);
         if (colourOf(row) == Red) {
             // Unticking a filter-only row deletes it; not from inside the list's own signal.
             QTimer::singleShot(0, m_list, [list = m_list, row] {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "control/tamberlinecontrol.h"
+#include <tamberline/tamberlinecontrol.h>
 #include "document/document.h"
 
 #include <QIcon>

@@ -1,7 +1,7 @@
 #include "pageparserquery.h"
 
 #include "control/attribwalk.h"
-#include "control/tamberlinecontrol.h"
+#include "control/controlaccess.h"
 #include "platform/conversions.h"
 #include "document/textcase.h"
 #include "document/textrules.h"

@@ -1,7 +1,7 @@
 #include "editattributefilters.h"
 
 #include "control/attribwalk.h"
-#include "control/tamberlinecontrol.h"
+#include <tamberline/tamberlinecontrol.h>
 #include "frmaddprop.h"
 #include "platform/boundarytypes.h"
 #include "platform/dialogs.h"

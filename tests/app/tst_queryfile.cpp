@@ -1,4 +1,4 @@
-#include "control/tamberlinecontrol.h"
+#include <tamberline/tamberlinecontrol.h>
 #include "queryfile.h"
 
 #include <QJsonArray>

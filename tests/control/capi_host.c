@@ -1,5 +1,5 @@
 /* A host written in C that uses only the public header and the shared library. */
-#include "control/tamberline.h"
+#include <tamberline/tamberline.h>
 
 #include <pthread.h>
 #include <stdio.h>

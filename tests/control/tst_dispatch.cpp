@@ -1,5 +1,5 @@
 #include "control/dispatch.h"
-#include "control/tamberlinecontrol.h"
+#include "control/controlaccess.h"
 #include "platform/runtimeerror.h"
 
 #include <QtTest>
@@ -104,9 +104,9 @@ void tst_Dispatch::elemAttribsByIdentifier()
     QCOMPARE(control.invoke(DispId::ElemAttribs, Get, {1}), QVariant(QStringLiteral("b=2")));
     QCOMPARE(control.invoke(DispId::ElemAttribs, Get, {-5}), QVariant(QString()));
     QCOMPARE(errorOf(control, DispId::ElemAttribs, Put, {0, QStringLiteral("x=0")}), 424);
-    QCOMPARE(control.storedAttribs(), (QStringList{QStringLiteral("a=1"), QStringLiteral("b=2")}));
+    QCOMPARE(storedAttribs(control), (QStringList{QStringLiteral("a=1"), QStringLiteral("b=2")}));
     QVERIFY(!control.invoke(DispId::ClearAttribs, Method, {}).isValid());
-    QVERIFY(control.storedAttribs().isEmpty());
+    QVERIFY(storedAttribs(control).isEmpty());
 }
 
 void tst_Dispatch::failures_data()

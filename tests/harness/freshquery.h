@@ -1,6 +1,6 @@
 #pragma once
 
-#include "control/tamberlinecontrol.h"
+#include <tamberline/tamberlinecontrol.h>
 
 // The query outlives every control on its thread; tests start from the initial values.
 inline void resetThreadQuery()

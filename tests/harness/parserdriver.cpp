@@ -1,6 +1,6 @@
 #include "parserdriver.h"
 
-#include "control/tamberlinecontrol.h"
+#include <tamberline/tamberlinecontrol.h>
 #include "parser/frmmain.h"
 #include "browser/webpage.h"
 #include "scripteddialogs.h"

@@ -1,4 +1,4 @@
-#include "control/tamberlinecontrol.h"
+#include <tamberline/tamberlinecontrol.h>
 #include "freshquery.h"
 #include "parser/documentsearch.h"
 #include "parser/wildcardmatcher.h"

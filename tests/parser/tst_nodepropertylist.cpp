@@ -1,4 +1,4 @@
-#include "control/tamberlinecontrol.h"
+#include "control/controlaccess.h"
 #include "freshquery.h"
 #include "parser/nodepropertylist.h"
 #include "platform/runtimeerror.h"
@@ -183,14 +183,14 @@ void tst_NodePropertyList::toggleEditsTheFilters()
     // Unticking a filter-only row removes the row and its entry.
     toggle(properties, rowNamed(*m_list, QStringLiteral("ID"), NodePropertyList::Red));
     QVERIFY(!rowNamed(*m_list, QStringLiteral("ID"), NodePropertyList::Red));
-    QCOMPARE(m_control->storedAttribs(), QStringList{QStringLiteral("other=1")});
+    QCOMPARE(storedAttribs(*m_control), QStringList{QStringLiteral("other=1")});
 
     // Ticking appends; unticking a plain or blue row removes the entry only.
     QTreeWidgetItem *tag = rowNamed(*m_list, QStringLiteral("tagName"), NodePropertyList::Blue);
     toggle(properties, tag);
-    QCOMPARE(m_control->storedAttribs(), (QStringList{QStringLiteral("other=1"), QStringLiteral("tagName=P")}));
+    QCOMPARE(storedAttribs(*m_control), (QStringList{QStringLiteral("other=1"), QStringLiteral("tagName=P")}));
     toggle(properties, tag);
-    QCOMPARE(m_control->storedAttribs(), QStringList{QStringLiteral("other=1")});
+    QCOMPARE(storedAttribs(*m_control), QStringList{QStringLiteral("other=1")});
     QCOMPARE(rowNamed(*m_list, QStringLiteral("tagName"), NodePropertyList::Blue), tag);
 
     // A new value for a filtered name replaces the old entry, which moves to the end.
@@ -200,7 +200,7 @@ void tst_NodePropertyList::toggleEditsTheFilters()
     QTreeWidgetItem *id = rowNamed(*m_list, QStringLiteral("id"), NodePropertyList::DefaultColour);
     id->setCheckState(0, Qt::Unchecked);
     toggle(properties, id);
-    QCOMPARE(m_control->storedAttribs(), (QStringList{QStringLiteral("z=0"), QStringLiteral("id=x")}));
+    QCOMPARE(storedAttribs(*m_control), (QStringList{QStringLiteral("z=0"), QStringLiteral("id=x")}));
 }
 
 void tst_NodePropertyList::sorting()

@@ -1,4 +1,4 @@
-#include "control/tamberlinecontrol.h"
+#include <tamberline/tamberlinecontrol.h>
 #include "freshquery.h"
 #include "parser/frmmain.h"
 #include "parser/nodekeys.h"

@@ -1,4 +1,4 @@
-#include "control/tamberlinecontrol.h"
+#include "control/controlaccess.h"
 #include "freshquery.h"
 #include "parserdriver.h"
 #include "parser/frmmain.h"
@@ -240,7 +240,7 @@ void tst_PageParser::closeAsksAboutChangedFilters()
     QCOMPARE(box.style, 3);
     QCOMPARE(box.text, QStringLiteral("Settings have been changed,\r\nWould you like to save?\r\n\r\n"
                                       "\tYes: Saves changes and exits\r\n\tNo: Exits without saving\r\n\tCancel: Cancel exiting"));
-    QCOMPARE(control.storedAttribs(), filtersAfter);
+    QCOMPARE(storedAttribs(control), filtersAfter);
 }
 
 void tst_PageParser::exitNeverAsks()

@@ -1,4 +1,4 @@
-#include "control/tamberlinecontrol.h"
+#include "control/controlaccess.h"
 #include "parser/addresshistory.h"
 #include "parser/pageparserquery.h"
 #include "parser/paneratios.h"
@@ -129,7 +129,7 @@ void tst_ParserLogic::writeBackKeepsUntouchedMarkers()
     QCOMPARE(control.Url1(), storedUrl);
     QCOMPARE(control.SearchText(), QStringLiteral("y"));
     QCOMPARE(control.NodeOffset(), 3);
-    QCOMPARE(control.storedAttribs(), (QStringList{QStringLiteral("id=a=b"), QStringLiteral("class=")}));
+    QCOMPARE(storedAttribs(control), (QStringList{QStringLiteral("id=a=b"), QStringLiteral("class=")}));
 }
 
 void tst_ParserLogic::writeBackStopsAtABadOffset()

@@ -1,6 +1,6 @@
 // Sessions in the Page Parser as users have them, driven by real events; each asserts what the
 // user left in the window is what the query holds, or what the user sees.
-#include "control/tamberlinecontrol.h"
+#include <tamberline/tamberlinecontrol.h>
 #include "freshquery.h"
 #include "parser/frmmain.h"
 #include "parser/nodekeys.h"

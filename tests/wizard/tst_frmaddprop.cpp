@@ -1,4 +1,4 @@
-#include "control/tamberlinecontrol.h"
+#include "control/controlaccess.h"
 #include "freshquery.h"
 #include "scripteddialogs.h"
 #include "wizard/attributelist.h"
@@ -196,7 +196,7 @@ void tst_FrmAddProp::editProperties()
     QCOMPARE(control.EditProperties(), close == u"cmdFinish");
     QVERIFY2(script.done(), qPrintable(script.pending()));
     QCOMPARE(seen, shown);
-    QCOMPARE(control.storedAttribs(), after);
+    QCOMPARE(storedAttribs(control), after);
 }
 
 QTEST_MAIN(tst_FrmAddProp)

@@ -1,4 +1,4 @@
-#include "control/tamberlinecontrol.h"
+#include "control/controlaccess.h"
 #include "freshquery.h"
 #include "platform/runtimeerror.h"
 #include "scripteddialogs.h"
@@ -251,7 +251,7 @@ void tst_FrmWizard::editWizard()
     QCOMPARE(filled, (QStringList{u"Search Wizard -- Step 1 of 5"_s, u"old"_s, u"old*"_s, u"7"_s, u"a=1"_s}));
     QCOMPARE(raised, error);
     QCOMPARE(result, presses.contains(u"Finish") && !error);
-    QCOMPARE(QStringList({control.Url1(), control.SearchText(), QString::number(control.NodeOffset())}) + control.storedAttribs(),
+    QCOMPARE(QStringList({control.Url1(), control.SearchText(), QString::number(control.NodeOffset())}) + storedAttribs(control),
              after);
 }
 

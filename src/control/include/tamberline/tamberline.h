@@ -24,6 +24,8 @@
 
 #include <stdint.h>
 
+#include <tamberline/tamberline_export.h>
+
 #ifdef __cplusplus
 extern "C" {
 #endif
@@ -62,36 +64,36 @@ typedef struct TamberlineValue {
     char *text; /* only read in arguments; owned by the caller of a result (tamberline_value_clear) */
 } TamberlineValue;
 
-int tamberline_create(TamberlineControl **control);
-int tamberline_release(TamberlineControl *control);
+TAMBERLINE_EXPORT int tamberline_create(TamberlineControl **control);
+TAMBERLINE_EXPORT int tamberline_release(TamberlineControl *control);
 
-int tamberline_Url1_get(TamberlineControl *control, char **result);
-int tamberline_Url1_put(TamberlineControl *control, const char *text);
-int tamberline_AllowNav2_get(TamberlineControl *control, int16_t *result);
-int tamberline_AllowNav2_put(TamberlineControl *control, int16_t value);
-int tamberline_SearchText_get(TamberlineControl *control, char **result);
-int tamberline_SearchText_put(TamberlineControl *control, const char *text);
-int tamberline_ElemAttribs_get(TamberlineControl *control, int16_t index, char **result);
-int tamberline_ElemAttribs_put(TamberlineControl *control, int16_t index, const char *text);
-int tamberline_ClearAttribs(TamberlineControl *control);
-int tamberline_NodeOffset_get(TamberlineControl *control, int32_t *result);
-int tamberline_NodeOffset_put(TamberlineControl *control, int32_t value);
-int tamberline_EditProperties(TamberlineControl *control, int16_t *result);
-int tamberline_EditQueryItem(TamberlineControl *control, int16_t *result);
-int tamberline_EditWizard(TamberlineControl *control, int16_t *result);
+TAMBERLINE_EXPORT int tamberline_Url1_get(TamberlineControl *control, char **result);
+TAMBERLINE_EXPORT int tamberline_Url1_put(TamberlineControl *control, const char *text);
+TAMBERLINE_EXPORT int tamberline_AllowNav2_get(TamberlineControl *control, int16_t *result);
+TAMBERLINE_EXPORT int tamberline_AllowNav2_put(TamberlineControl *control, int16_t value);
+TAMBERLINE_EXPORT int tamberline_SearchText_get(TamberlineControl *control, char **result);
+TAMBERLINE_EXPORT int tamberline_SearchText_put(TamberlineControl *control, const char *text);
+TAMBERLINE_EXPORT int tamberline_ElemAttribs_get(TamberlineControl *control, int16_t index, char **result);
+TAMBERLINE_EXPORT int tamberline_ElemAttribs_put(TamberlineControl *control, int16_t index, const char *text);
+TAMBERLINE_EXPORT int tamberline_ClearAttribs(TamberlineControl *control);
+TAMBERLINE_EXPORT int tamberline_NodeOffset_get(TamberlineControl *control, int32_t *result);
+TAMBERLINE_EXPORT int tamberline_NodeOffset_put(TamberlineControl *control, int32_t value);
+TAMBERLINE_EXPORT int tamberline_EditProperties(TamberlineControl *control, int16_t *result);
+TAMBERLINE_EXPORT int tamberline_EditQueryItem(TamberlineControl *control, int16_t *result);
+TAMBERLINE_EXPORT int tamberline_EditWizard(TamberlineControl *control, int16_t *result);
 
 /* Any member by dispatch identifier. result may be NULL when the member returns nothing. */
-int tamberline_invoke(TamberlineControl *control, int32_t dispid, int kind,
-                      const TamberlineValue *args, int argCount, TamberlineValue *result);
+TAMBERLINE_EXPORT int tamberline_invoke(TamberlineControl *control, int32_t dispid, int kind,
+                                        const TamberlineValue *args, int argCount, TamberlineValue *result);
 
 /* The description of the last failed call on this thread. Every call that returns 0 empties
  * it, except that EditQueryItem returning False (directly or through tamberline_invoke) leaves
  * the reason there; tamberline_last_error, tamberline_free_string and tamberline_value_clear
  * leave it alone. */
-int tamberline_last_error(char **result);
+TAMBERLINE_EXPORT int tamberline_last_error(char **result);
 
-void tamberline_free_string(char *text);
-void tamberline_value_clear(TamberlineValue *value);
+TAMBERLINE_EXPORT void tamberline_free_string(char *text);
+TAMBERLINE_EXPORT void tamberline_value_clear(TamberlineValue *value);
 
 #ifdef __cplusplus
 }

@@ -1,6 +1,7 @@
+// The query control for Qt hosts.
 #pragma once
 
-#include "dispatch.h"
+#include <tamberline/tamberline_export.h>
 
 #include <QObject>
 #include <QString>
@@ -11,9 +12,15 @@
 
 class ControlThreadState;
 
+// How invoke reaches a member. A host that reads may pass Method and PropertyGet together.
+enum class DispatchKind : int { Method = 1, PropertyGet = 2, PropertyPut = 4 };
+
 // The query control a host embeds. It keeps nothing of its own: its members read and write the
-// query record of its thread, which every control on that thread shares.
-class Tamberline : public QObject
+// query record of its thread, which every control on that thread shares. Call a control on the
+// thread that created it. A member that fails throws an exception derived from std::exception
+// whose what() reads "Run-time error <number>: <description>" (424 object required, 6 overflow,
+// 5 invalid call or argument, ...).
+class TAMBERLINE_EXPORT Tamberline : public QObject
 {
     Q_OBJECT
     Q_PROPERTY(QString Url1 READ Url1 WRITE setUrl1)
@@ -43,22 +50,11 @@ public:
     Q_INVOKABLE bool EditQueryItem();
     Q_INVOKABLE bool EditWizard();
 
-    // Reaches any member by dispatch identifier; failures are thrown as RuntimeError.
+    // Reaches any member by dispatch identifier (TAMBERLINE_DISPID_* of <tamberline/tamberline.h>).
+    // Results are QString, qint32, or a Boolean as a qint16 that is -1 for True.
     QVariant invoke(int32_t dispid, DispatchKind kind, const QVariantList &args = {});
 
-    // Every filter entry as stored, blank ones included, and removal by position: the property
-    // list walks and edits the list directly as well as through ElemAttribs.
-    QStringList storedAttribs() const;
-    void removeStoredAttrib(int position);
-
 private:
+    friend class ControlAccess;
     std::shared_ptr<ControlThreadState> m_state;
 };
-
-// Why the calling thread's last EditQueryItem returned False; empty after one that returned
-// True. Reading it clears it.
-QString takeEditQueryItemFailure();
-
-// True when the object is a query control: windows opened by anything else leave parts of
-// their work undone.
-bool isQueryControl(const QObject *object);
