@@ -96,7 +96,6 @@ private slots:
     void tooManyElements();
     void markersFromSetValues();
     void jsonAndExitStatus();
-    void standardInputAndText();
     void badArgumentsAndQueries_data();
     void badArgumentsAndQueries();
     void checkPrintsATable();
@@ -157,6 +156,8 @@ void tst_RunCommand::evaluation_data()
     QTest::newRow("no match") << QStringLiteral("plums") << 0 << item << -1 << -1 << QString() << 0 << QStringLiteral("no-match") << QString();
     QTest::newRow("offset past the end") << QStringLiteral("pears") << 5 << item << 10 << -1 << QString() << 1
                                          << QStringLiteral("offset-out-of-range") << QString();
+    QTest::newRow("back to the first element") << QStringLiteral("pears") << -10 << item << 10 << 0 << QStringLiteral("Prices\nApples\t1.20\nPears\t0.95")
+                                               << 1 << QString() << QString();
     QTest::newRow("offset before the start") << QStringLiteral("pears") << -11 << item << 10 << -1 << QString() << 1
                                              << QStringLiteral("offset-out-of-range") << QString();
     QTest::newRow("a filter no element can be tested with")
@@ -258,15 +259,6 @@ void tst_RunCommand::jsonAndExitStatus()
     QVERIFY(lines.at(1).value(QStringLiteral("found")).isNull());
     QCOMPARE(lines.at(2).value(QStringLiteral("returned")).toInt(), 11);
     QVERIFY(run.err.contains("missing.html"));
-}
-
-void tst_RunCommand::standardInputAndText()
-{
-    // With pages given the address is not read, and its %region% needs no value.
-    const Run run = runTamberline({QStringLiteral("run"), m_query, QStringLiteral("-"), QStringLiteral("--set"), QStringLiteral("fruit=apples")},
-                                  shop);
-    QCOMPARE(run.status, 0);
-    QCOMPARE(run.out, QByteArray("1.20\n"));
 }
 
 void tst_RunCommand::badArgumentsAndQueries_data()
@@ -390,6 +382,9 @@ void tst_RunCommand::hostileInputs_data()
     QTest::newRow("a folder in the browser") << run({folder, QStringLiteral("--engine"), QStringLiteral("browser")}) << none
                                              << QString() << 1 << QByteArray("\n") << QStringLiteral("is a folder");
     QTest::newRow("a FIFO") << run({m_fifo}) << none << QString() << 0 << pears << QString();
+    // With pages given the address is not read, and its %region% needs no value.
+    QTest::newRow("standard input") << QStringList{QStringLiteral("run"), m_query, QStringLiteral("-"), QStringLiteral("--set"),
+                                                   QStringLiteral("fruit=apples")} << shop << QString() << 0 << QByteArray("1.20\n") << QString();
     QTest::newRow("a page of one NUL byte") << run({QStringLiteral("-")}) << QByteArray(1, '\0') << QString() << 1
                                             << QByteArray("\n") << QStringLiteral("no-match");
     QTest::newRow("an empty file") << run({file(QStringLiteral("empty.html"), {})}) << none << QString() << 1 << QByteArray("\n")
@@ -403,6 +398,8 @@ void tst_RunCommand::hostileInputs_data()
     file(QStringLiteral("ab:c.html"), shop);
     QTest::newRow("a file named like an address") << run({QStringLiteral("ab:c.html"), m_page}) << none << QString() << 0
                                                   << pears + pears << QString();
+    QTest::newRow("a missing file after a drive letter") << run({QStringLiteral("C:shop.html"), m_page}) << none << QString() << 1
+                                                         << "\n" + pears << QStringLiteral("C:shop.html: No such file or directory");
     QTest::newRow("an unknown scheme among good pages") << run({QStringLiteral("gopher://x/y"), m_page}) << none << QString() << 1
                                                         << "\n" + pears << QStringLiteral("gopher:");
     QTest::newRow("more jobs than the machine runs")
