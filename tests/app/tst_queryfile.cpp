@@ -7,6 +7,8 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
+using namespace Qt::StringLiterals;
+
 class tst_QueryFile : public QObject
 {
     Q_OBJECT
@@ -15,7 +17,9 @@ private slots:
     void badFilesSayWhatIsWrong_data();
     void badFilesSayWhatIsWrong();
 
+    void saveAndLoadRoundTrip_data();
     void saveAndLoadRoundTrip();
+    void markersAfterTheFileNameKept();
     void controlRoundTrip();
 };
 
@@ -57,37 +61,49 @@ void tst_QueryFile::badFilesSayWhatIsWrong()
     }
 }
 
+void tst_QueryFile::saveAndLoadRoundTrip_data()
+{
+    QTest::addColumn<QString>("url"); // a file name relative to the query's folder, or an address
+    QTest::addColumn<QByteArray>("saved");
+    // A page beside the query is saved relative to it, so the pair can move together.
+    QTest::newRow("a page beside the query") << u"pages/shop.html"_s << QByteArray("\"Url1\": \"pages/shop.html\"");
+    QTest::newRow("an address elsewhere") << u"http://shop.example/item?id=%id%"_s
+                                          << QByteArray("\"Url1\": \"http://shop.example/item?id=%id%\"");
+    // Written relative, its % would read back as a marker.
+    QTest::newRow("a file name holding %") << u"50%off.html"_s << QByteArray("50%25off.html\"");
+}
+
 void tst_QueryFile::saveAndLoadRoundTrip()
 {
+    QFETCH(QString, url);
+    QFETCH(QByteArray, saved);
     QTemporaryDir dir;
     QueryFile query;
-    query.Url1 = QUrl::fromLocalFile(dir.filePath(QStringLiteral("pages/shop.html"))).toString();
+    query.Url1 = url.contains(u':') ? url : QUrl::fromLocalFile(dir.filePath(url)).toString();
     query.AllowNav2 = true;
-    query.SearchText = QStringLiteral("Price*");
+    query.SearchText = u"Price*"_s;
     query.NodeOffset = -2147483647 - 1;
-    query.ElemAttribs = QStringList{QStringLiteral("class=price"), QStringLiteral("  "), QStringLiteral("id=a=b")};
-    const QString path = dir.filePath(QStringLiteral("query.json"));
+    query.ElemAttribs = QStringList{u"class=price"_s, u"  "_s, u"id=a=b"_s};
+    const QString path = dir.filePath(u"query.json"_s);
     query.save(path);
-
     QFile file(path);
     QVERIFY(file.open(QIODevice::ReadOnly));
-    // A page beside the query is saved relative to it, so the pair can move together.
-    QVERIFY(file.readAll().contains("\"Url1\": \"pages/shop.html\""));
-    file.close();
+    const QByteArray text = file.readAll();
+    QVERIFY2(text.contains(saved), text.constData());
     QCOMPARE(QueryFile::load(path), query);
+}
 
-    query.Url1 = QStringLiteral("http://shop.example/item?id=%id%");
-    query.save(path);
-    QCOMPARE(QueryFile::load(path), query);
-
-    // Markers after the file name stay as they are, both ways.
+void tst_QueryFile::markersAfterTheFileNameKept()
+{
+    QTemporaryDir dir;
+    const QString path = dir.filePath(u"query.json"_s);
+    QFile file(path);
     QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
     file.write(R"({"Url1": "pages/shop.html?id=%id%#%part%", "AllowNav2": false, "SearchText": "", "NodeOffset": 0,
                    "ElemAttribs": []})");
     file.close();
     const QueryFile withMarkers = QueryFile::load(path);
-    QCOMPARE(withMarkers.Url1, QUrl::fromLocalFile(dir.filePath(QStringLiteral("pages/shop.html"))).toString()
-                                   + QStringLiteral("?id=%id%#%part%"));
+    QCOMPARE(withMarkers.Url1, QUrl::fromLocalFile(dir.filePath(u"pages/shop.html"_s)).toString() + u"?id=%id%#%part%"_s);
     withMarkers.save(path);
     QVERIFY(file.open(QIODevice::ReadOnly));
     QVERIFY(file.readAll().contains("\"Url1\": \"pages/shop.html?id=%id%#%part%\""));

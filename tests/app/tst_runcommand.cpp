@@ -96,9 +96,6 @@ private slots:
     void tooManyElements();
     void markersFromSetValues();
     void jsonAndExitStatus();
-    void standardInputAndText();
-    void badArgumentsAndQueries_data();
-    void badArgumentsAndQueries();
     void checkPrintsATable();
     void aHugePageThroughTheCommand();
     void hostileInputs_data();
@@ -157,6 +154,8 @@ void tst_RunCommand::evaluation_data()
     QTest::newRow("no match") << QStringLiteral("plums") << 0 << item << -1 << -1 << QString() << 0 << QStringLiteral("no-match") << QString();
     QTest::newRow("offset past the end") << QStringLiteral("pears") << 5 << item << 10 << -1 << QString() << 1
                                          << QStringLiteral("offset-out-of-range") << QString();
+    QTest::newRow("back to the first element") << QStringLiteral("pears") << -10 << item << 10 << 0 << QStringLiteral("Prices\nApples\t1.20\nPears\t0.95")
+                                               << 1 << QString() << QString();
     QTest::newRow("offset before the start") << QStringLiteral("pears") << -11 << item << 10 << -1 << QString() << 1
                                              << QStringLiteral("offset-out-of-range") << QString();
     QTest::newRow("a filter no element can be tested with")
@@ -260,61 +259,6 @@ void tst_RunCommand::jsonAndExitStatus()
     QVERIFY(run.err.contains("missing.html"));
 }
 
-void tst_RunCommand::standardInputAndText()
-{
-    // With pages given the address is not read, and its %region% needs no value.
-    const Run run = runTamberline({QStringLiteral("run"), m_query, QStringLiteral("-"), QStringLiteral("--set"), QStringLiteral("fruit=apples")},
-                                  shop);
-    QCOMPARE(run.status, 0);
-    QCOMPARE(run.out, QByteArray("1.20\n"));
-}
-
-void tst_RunCommand::badArgumentsAndQueries_data()
-{
-    QTest::addColumn<QStringList>("arguments");
-    QTest::addColumn<QByteArray>("queryText");
-    QTest::addColumn<QString>("message");
-    const QByteArray good = R"({"Url1": "", "AllowNav2": false, "SearchText": "x", "NodeOffset": 0, "ElemAttribs": []})";
-    QTest::newRow("no query") << QStringList{} << good << QStringLiteral("run needs a query file\nusage: tamberline run QUERY.json");
-    QTest::newRow("unknown engine") << QStringList{QStringLiteral("--engine"), QStringLiteral("fast")} << good
-                                    << QStringLiteral("--engine is static or browser");
-    QTest::newRow("unknown format") << QStringList{QStringLiteral("--format"), QStringLiteral("xml")} << good
-                                    << QStringLiteral("--format is text or json");
-    QTest::newRow("bad jobs") << QStringList{QStringLiteral("--jobs"), QStringLiteral("0")} << good << QStringLiteral("--jobs");
-    QTest::newRow("set without =") << QStringList{QStringLiteral("--set"), QStringLiteral("x")} << good
-                                   << QStringLiteral("--set wants name=value");
-    QTest::newRow("not JSON") << QStringList{} << QByteArray("{\"Url1\":") << QStringLiteral("not valid JSON");
-    QTest::newRow("missing field") << QStringList{} << QByteArray(R"({"Url1": ""})") << QStringLiteral("missing key");
-    QTest::newRow("wrong type") << QStringList{} << QByteArray(R"({"Url1": 1, "AllowNav2": false, "SearchText": "", "NodeOffset": 0, "ElemAttribs": []})")
-                                << QStringLiteral("\"Url1\" must be a string");
-    QTest::newRow("no address, no page") << QStringList{} << good << QStringLiteral("no address");
-    QTest::newRow("a batch option without a table") << QStringList{QStringLiteral("--output"), QStringLiteral("o.jsonl")} << good
-                                                   << QStringLiteral("--output is for a batch");
-    QTest::newRow("resume with nothing to go on with") << QStringList{QStringLiteral("--values"), QStringLiteral("v.csv"), QStringLiteral("--resume")}
-                                                      << good << QStringLiteral("--resume goes on with the rows in --output");
-    QTest::newRow("a table and standard input as the page")
-        << QStringList{QStringLiteral("-"), QStringLiteral("--values"), QStringLiteral("-")} << good << QStringLiteral("standard input can be read once");
-}
-
-void tst_RunCommand::badArgumentsAndQueries()
-{
-    QFETCH(QStringList, arguments);
-    QFETCH(QByteArray, queryText);
-    QFETCH(QString, message);
-    const QString path = m_dir.filePath(QStringLiteral("bad.json"));
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
-    file.write(queryText);
-    file.close();
-    QStringList all{QStringLiteral("run")};
-    if (QString::fromLatin1(QTest::currentDataTag()) != u"no query")
-        all.append(path);
-    const Run run = runTamberline(all + arguments);
-    QCOMPARE(run.status, 2);
-    QVERIFY2(QString::fromUtf8(run.err).contains(message), run.err.constData());
-    QVERIFY(run.out.isEmpty());
-}
-
 void tst_RunCommand::checkPrintsATable()
 {
     const Run run = runTamberline({QStringLiteral("check"), m_query, m_page, m_page, QStringLiteral("--set"), QStringLiteral("region=x"),
@@ -378,6 +322,31 @@ void tst_RunCommand::hostileInputs_data()
     const QString scripted = file(QStringLiteral("scripted.html"), R"(<body><script>
         document.write('<table><tr><td class="item">Pears</td><td>0.95</td></tr></table>')</script>)");
 
+    const QString good = file(QStringLiteral("good.json"), R"({"Url1": "", "AllowNav2": false, "SearchText": "x", "NodeOffset": 0, "ElemAttribs": []})");
+    const auto bad = [&](const QStringList &arguments) { return QStringList{QStringLiteral("run"), good} + arguments; };
+    const auto badQuery = [&](const QString &name, const QByteArray &text) { return QStringList{QStringLiteral("run"), file(name, text)}; };
+    QTest::newRow("no query") << QStringList{QStringLiteral("run")} << none << QString() << 2 << none
+                              << QStringLiteral("run needs a query file\nusage: tamberline run QUERY.json");
+    QTest::newRow("unknown engine") << bad({QStringLiteral("--engine"), QStringLiteral("fast")}) << none << QString() << 2 << none
+                                    << QStringLiteral("--engine is static or browser");
+    QTest::newRow("unknown format") << bad({QStringLiteral("--format"), QStringLiteral("xml")}) << none << QString() << 2 << none
+                                    << QStringLiteral("--format is text or json");
+    QTest::newRow("bad jobs") << bad({QStringLiteral("--jobs"), QStringLiteral("0")}) << none << QString() << 2 << none << QStringLiteral("--jobs");
+    QTest::newRow("set without =") << bad({QStringLiteral("--set"), QStringLiteral("x")}) << none << QString() << 2 << none
+                                   << QStringLiteral("--set wants name=value");
+    QTest::newRow("not JSON") << badQuery(QStringLiteral("b1.json"), "{\"Url1\":") << none << QString() << 2 << none << QStringLiteral("not valid JSON");
+    QTest::newRow("missing field") << badQuery(QStringLiteral("b2.json"), R"({"Url1": ""})") << none << QString() << 2 << none
+                                   << QStringLiteral("missing key");
+    QTest::newRow("wrong type") << badQuery(QStringLiteral("b3.json"), R"({"Url1": 1, "AllowNav2": false, "SearchText": "", "NodeOffset": 0, "ElemAttribs": []})")
+                                << none << QString() << 2 << none << QStringLiteral("\"Url1\" must be a string");
+    QTest::newRow("no address, no page") << bad({}) << none << QString() << 2 << none << QStringLiteral("no address");
+    QTest::newRow("a batch option without a table") << bad({QStringLiteral("--output"), QStringLiteral("o.jsonl")}) << none << QString() << 2
+                                                   << none << QStringLiteral("--output is for a batch");
+    QTest::newRow("resume with nothing to go on with")
+        << bad({QStringLiteral("--values"), QStringLiteral("v.csv"), QStringLiteral("--resume")}) << none << QString() << 2 << none
+        << QStringLiteral("--resume goes on with the rows in --output");
+    QTest::newRow("a table and standard input as the page") << bad({QStringLiteral("-"), QStringLiteral("--values"), QStringLiteral("-")})
+                                                           << none << QString() << 2 << none << QStringLiteral("standard input can be read once");
     QTest::newRow("a device among pages") << run({zero, m_page}) << none << QString() << 1 << "\n" + pears
                                           << QStringLiteral("/dev/zero is a device");
     QTest::newRow("endless standard input from a pipe") << run({QStringLiteral("-")}) << none << FromYes << 1 << QByteArray("\n")
@@ -390,6 +359,9 @@ void tst_RunCommand::hostileInputs_data()
     QTest::newRow("a folder in the browser") << run({folder, QStringLiteral("--engine"), QStringLiteral("browser")}) << none
                                              << QString() << 1 << QByteArray("\n") << QStringLiteral("is a folder");
     QTest::newRow("a FIFO") << run({m_fifo}) << none << QString() << 0 << pears << QString();
+    // With pages given the address is not read, and its %region% needs no value.
+    QTest::newRow("standard input") << QStringList{QStringLiteral("run"), m_query, QStringLiteral("-"), QStringLiteral("--set"),
+                                                   QStringLiteral("fruit=apples")} << shop << QString() << 0 << QByteArray("1.20\n") << QString();
     QTest::newRow("a page of one NUL byte") << run({QStringLiteral("-")}) << QByteArray(1, '\0') << QString() << 1
                                             << QByteArray("\n") << QStringLiteral("no-match");
     QTest::newRow("an empty file") << run({file(QStringLiteral("empty.html"), {})}) << none << QString() << 1 << QByteArray("\n")
@@ -403,6 +375,8 @@ void tst_RunCommand::hostileInputs_data()
     file(QStringLiteral("ab:c.html"), shop);
     QTest::newRow("a file named like an address") << run({QStringLiteral("ab:c.html"), m_page}) << none << QString() << 0
                                                   << pears + pears << QString();
+    QTest::newRow("a missing file after a drive letter") << run({QStringLiteral("C:shop.html"), m_page}) << none << QString() << 1
+                                                         << "\n" + pears << QStringLiteral("C:shop.html: No such file or directory");
     QTest::newRow("an unknown scheme among good pages") << run({QStringLiteral("gopher://x/y"), m_page}) << none << QString() << 1
                                                         << "\n" + pears << QStringLiteral("gopher:");
     QTest::newRow("more jobs than the machine runs")

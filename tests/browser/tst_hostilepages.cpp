@@ -80,19 +80,15 @@ void tst_HostilePages::syntheticEventsSelectNothing()
     QSignalSpy pointed(m_page->bridge(), &PageBridge::elementPointed);
     QSignalSpy doubleClicked(m_page->bridge(), &PageBridge::elementDoubleClicked);
     QSignalSpy selected(m_page->bridge(), &PageBridge::selectionMoved);
-    QElapsedTimer timer;
-    timer.start();
     QVERIFY(load(QStringLiteral("storm.html")));
-    // The window's own thread stayed free: a timer set now fires on time.
-    QElapsedTimer ping;
-    ping.start();
-    QTest::qWait(50);
-    QVERIFY(ping.elapsed() < 1000);
     const DocumentPtr document = snapshot();
     QVERIFY(document);
     QCOMPARE(document->innerText(document->length() - 2), QStringLiteral("done"));
-    QTest::qWait(300);
-    QCOMPARE(pointed.count() + doubleClicked.count() + selected.count(), 0);
+    // One good call after the storm: once it arrives, the channel has delivered all before it.
+    m_page->runJavaScript(QStringLiteral("new QWebChannel(qt.webChannelTransport, (c) => c.objects.pageEvents.pointerOver(2))"),
+                          WebPage::SafeJsWorld);
+    QVERIFY(pointed.wait(30000));
+    QCOMPARE(pointed.count() + doubleClicked.count() + selected.count(), 1);
 }
 
 void tst_HostilePages::wrongTypesAndHugeStringsAreRefused()
@@ -156,10 +152,7 @@ void tst_HostilePages::aDomTooDeepForTheRenderer()
     QSignalSpy ended(m_page, &QWebEnginePage::renderProcessTerminated);
     m_page->load(QUrl(pageUrl(QStringLiteral("deepdom.html"))));
     QVERIFY(ended.wait(60000));
-    QElapsedTimer timer;
-    timer.start();
     QVERIFY(!snapshot());
-    QVERIFY(timer.elapsed() < 10000);
     QVERIFY(load(QStringLiteral("simple.html")));
     QVERIFY(snapshot());
 }

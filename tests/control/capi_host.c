@@ -51,37 +51,29 @@ static int attribIs(TamberlineControl *control, int16_t index, const char *expec
     return textIs(status, text, expected);
 }
 
-static void testPropertiesAndSharing(void)
+/* What the control does with the values is tst_querydefinition's and tst_dispatch's; here, what
+ * crosses the C boundary: texts, types, status numbers and the last error. */
+static void testProperties(void)
 {
     TamberlineControl *first = NULL, *second = NULL;
-    int16_t allow = 1;
-    int32_t offset = 1;
+    int16_t allow = 0;
+    int32_t offset = 0;
     char *text = NULL;
 
     CHECK(tamberline_create(&first) == 0 && first);
-    CHECK(url1Is(first, ""));
-    CHECK(tamberline_AllowNav2_get(first, &allow) == 0 && allow == TAMBERLINE_FALSE);
-    CHECK(tamberline_NodeOffset_get(first, &offset) == 0 && offset == 0);
-    CHECK(attribIs(first, 0, ""));
-
     CHECK(tamberline_create(&second) == 0 && second);
     CHECK(tamberline_Url1_put(first, "http://shop.example/item?id=%id%&lang=\xc3\xa9") == 0);
     CHECK(url1Is(second, "http://shop.example/item?id=%id%&lang=\xc3\xa9"));
     CHECK(tamberline_AllowNav2_put(second, TAMBERLINE_TRUE) == 0);
     CHECK(tamberline_AllowNav2_get(first, &allow) == 0 && allow == TAMBERLINE_TRUE);
-    CHECK(tamberline_SearchText_put(first, NULL) == 0); /* NULL is the empty text */
+    CHECK(tamberline_SearchText_put(first, "x") == 0 && tamberline_SearchText_put(first, NULL) == 0); /* NULL is "" */
     CHECK(tamberline_SearchText_get(second, &text) == 0 && textIs(0, text, ""));
     CHECK(tamberline_NodeOffset_put(second, -2147483647 - 1) == 0);
     CHECK(tamberline_NodeOffset_get(first, &offset) == 0 && offset == -2147483647 - 1);
-
-    CHECK(tamberline_ElemAttribs_put(first, -1, "a=1") == 0);
-    CHECK(tamberline_ElemAttribs_put(first, 7, "b=2") == 0);
-    CHECK(attribIs(second, 1, "b=2"));
-    CHECK(attribIs(second, -5, ""));
-    CHECK(attribIs(second, 2, ""));
+    CHECK(tamberline_ElemAttribs_put(first, -1, "b=2") == 0);
     CHECK(tamberline_ElemAttribs_put(second, 0, "x=9") == 424);
     CHECK(tamberline_last_error(&text) == 0 && textIs(0, text, "Object required"));
-    CHECK(attribIs(first, 0, "a=1"));
+    CHECK(attribIs(first, 0, "b=2"));
     CHECK(tamberline_last_error(&text) == 0 && textIs(0, text, ""));
 
     /* Bytes that are not UTF-8 are refused, not stored with replacement characters. */
@@ -90,8 +82,7 @@ static void testPropertiesAndSharing(void)
     CHECK(url1Is(first, "http://shop.example/item?id=%id%&lang=\xc3\xa9"));
     CHECK(tamberline_SearchText_put(first, "Price \xed\xa0\x80") == 5); /* an encoded surrogate */
     CHECK(tamberline_ElemAttribs_put(first, -1, "class=\xc3") == 5);   /* cut short */
-    CHECK(attribIs(first, 1, "b=2"));
-    CHECK(attribIs(first, 2, ""));
+    CHECK(attribIs(first, 1, ""));
     CHECK(tamberline_ClearAttribs(second) == 0);
     CHECK(attribIs(first, 0, ""));
 
@@ -100,68 +91,55 @@ static void testPropertiesAndSharing(void)
     CHECK(tamberline_release(first) == 0);
 }
 
+static int invoke(TamberlineControl *control, int32_t dispid, int kind, int type, int32_t number, char *text, int count,
+                  TamberlineValue *result)
+{
+    TamberlineValue args[2] = {{type, number, text}, {TAMBERLINE_TEXT, 0, text}};
+    return tamberline_invoke(control, dispid, kind, args, count, result);
+}
+
 static void testInvoke(void)
 {
     TamberlineControl *control = NULL;
-    TamberlineValue args[2];
     TamberlineValue result = {TAMBERLINE_EMPTY, 0, NULL};
     char attrib[] = "class=price";
     char url[] = "page.htm";
     char overlong[] = "page\xc0\xae.htm"; /* an overlong '.' */
+    const int get = TAMBERLINE_PROPERTYGET, put = TAMBERLINE_PROPERTYPUT;
 
     CHECK(tamberline_create(&control) == 0);
-    args[0].type = TAMBERLINE_TEXT;
-    args[0].number = 0;
-    args[0].text = url;
-    CHECK(tamberline_invoke(control, TAMBERLINE_DISPID_URL1, TAMBERLINE_PROPERTYPUT, args, 1, NULL) == 0);
+    CHECK(invoke(control, TAMBERLINE_DISPID_URL1, put, TAMBERLINE_TEXT, 0, url, 1, NULL) == 0);
     CHECK(url1Is(control, "page.htm"));
-
-    args[0].type = TAMBERLINE_INT16;
-    args[0].number = -1;
-    args[0].text = NULL;
-    args[1].type = TAMBERLINE_TEXT;
-    args[1].number = 0;
-    args[1].text = attrib;
-    CHECK(tamberline_invoke(control, TAMBERLINE_DISPID_ELEMATTRIBS, TAMBERLINE_PROPERTYPUT, args, 2, NULL) == 0);
-    args[0].number = 0;
-    CHECK(tamberline_invoke(control, TAMBERLINE_DISPID_ELEMATTRIBS, TAMBERLINE_METHOD | TAMBERLINE_PROPERTYGET, args, 1, &result) == 0);
+    CHECK(invoke(control, TAMBERLINE_DISPID_ELEMATTRIBS, put, TAMBERLINE_INT16, -1, attrib, 2, NULL) == 0);
+    CHECK(invoke(control, TAMBERLINE_DISPID_ELEMATTRIBS, TAMBERLINE_METHOD | get, TAMBERLINE_INT16, 0, NULL, 1, &result) == 0);
     CHECK(result.type == TAMBERLINE_TEXT && result.text && strcmp(result.text, "class=price") == 0);
     tamberline_value_clear(&result);
     CHECK(result.type == TAMBERLINE_EMPTY && result.text == NULL);
 
-    args[0].type = TAMBERLINE_BOOL;
-    args[0].number = TAMBERLINE_TRUE;
-    CHECK(tamberline_invoke(control, TAMBERLINE_DISPID_ALLOWNAV2, TAMBERLINE_PROPERTYPUT, args, 1, NULL) == 0);
-    CHECK(tamberline_invoke(control, TAMBERLINE_DISPID_ALLOWNAV2, TAMBERLINE_PROPERTYGET, NULL, 0, &result) == 0);
+    CHECK(invoke(control, TAMBERLINE_DISPID_ALLOWNAV2, put, TAMBERLINE_BOOL, TAMBERLINE_TRUE, NULL, 1, NULL) == 0);
+    CHECK(invoke(control, TAMBERLINE_DISPID_ALLOWNAV2, get, 0, 0, NULL, 0, &result) == 0);
     CHECK(result.type == TAMBERLINE_BOOL && result.number == -1);
-    args[0].number = 0;
-    CHECK(tamberline_invoke(control, TAMBERLINE_DISPID_ALLOWNAV2, TAMBERLINE_PROPERTYPUT, args, 1, NULL) == 0);
-    args[0].number = 65536; /* non-zero in 32 bits, zero in the low 16 */
-    CHECK(tamberline_invoke(control, TAMBERLINE_DISPID_ALLOWNAV2, TAMBERLINE_PROPERTYPUT, args, 1, NULL) == 0);
-    CHECK(tamberline_invoke(control, TAMBERLINE_DISPID_ALLOWNAV2, TAMBERLINE_PROPERTYGET, NULL, 0, &result) == 0);
+    CHECK(invoke(control, TAMBERLINE_DISPID_ALLOWNAV2, put, TAMBERLINE_BOOL, 0, NULL, 1, NULL) == 0);
+    /* non-zero in 32 bits, zero in the low 16 */
+    CHECK(invoke(control, TAMBERLINE_DISPID_ALLOWNAV2, put, TAMBERLINE_BOOL, 65536, NULL, 1, NULL) == 0);
+    CHECK(invoke(control, TAMBERLINE_DISPID_ALLOWNAV2, get, 0, 0, NULL, 0, &result) == 0);
     CHECK(result.type == TAMBERLINE_BOOL && result.number == -1);
 
-    args[0].type = TAMBERLINE_INT32;
-    args[0].number = 12;
-    CHECK(tamberline_invoke(control, TAMBERLINE_DISPID_NODEOFFSET, TAMBERLINE_PROPERTYPUT, args, 1, NULL) == 0);
-    CHECK(tamberline_invoke(control, TAMBERLINE_DISPID_NODEOFFSET, TAMBERLINE_PROPERTYGET, NULL, 0, &result) == 0);
+    CHECK(invoke(control, TAMBERLINE_DISPID_NODEOFFSET, put, TAMBERLINE_INT32, 12, NULL, 1, NULL) == 0);
+    CHECK(invoke(control, TAMBERLINE_DISPID_NODEOFFSET, get, 0, 0, NULL, 0, &result) == 0);
     CHECK(result.type == TAMBERLINE_INT32 && result.number == 12);
-
     CHECK(tamberline_invoke(control, TAMBERLINE_DISPID_CLEARATTRIBS, TAMBERLINE_METHOD, NULL, 0, NULL) == 0);
     CHECK(attribIs(control, 0, ""));
 
-    args[0].type = TAMBERLINE_INT32;
-    args[0].number = 40000; /* does not fit the 16-bit index */
-    CHECK(tamberline_invoke(control, TAMBERLINE_DISPID_ELEMATTRIBS, TAMBERLINE_PROPERTYGET, args, 1, &result) == 6);
-    CHECK(result.type == TAMBERLINE_INT32 && result.number == 12); /* untouched by the failures */
+    /* Failures leave the result as it was. */
+    CHECK(invoke(control, TAMBERLINE_DISPID_ELEMATTRIBS, get, TAMBERLINE_INT32, 40000, NULL, 1, &result) == 6);
     CHECK(tamberline_invoke(control, 0x12345678, TAMBERLINE_METHOD, NULL, 0, &result) == 438);
-    CHECK(tamberline_invoke(control, TAMBERLINE_DISPID_URL1, TAMBERLINE_PROPERTYGET, args, 1, &result) == 450);
-    args[0].type = 99;
-    CHECK(tamberline_invoke(control, TAMBERLINE_DISPID_URL1, TAMBERLINE_PROPERTYPUT, args, 1, NULL) == 13);
-    CHECK(tamberline_invoke(control, TAMBERLINE_DISPID_URL1, TAMBERLINE_PROPERTYPUT, NULL, 1, NULL) == 5);
-    args[0].type = TAMBERLINE_TEXT;
-    args[0].text = overlong;
-    CHECK(tamberline_invoke(control, TAMBERLINE_DISPID_URL1, TAMBERLINE_PROPERTYPUT, args, 1, NULL) == 5);
+    CHECK(invoke(control, TAMBERLINE_DISPID_URL1, get, TAMBERLINE_INT32, 1, NULL, 1, &result) == 450);
+    CHECK(result.type == TAMBERLINE_INT32 && result.number == 12);
+    CHECK(invoke(control, TAMBERLINE_DISPID_URL1, put, 99, 0, url, 1, NULL) == 13);
+    CHECK(tamberline_invoke(control, TAMBERLINE_DISPID_URL1, put, NULL, 1, NULL) == 5);
+    CHECK(invoke(control, TAMBERLINE_DISPID_URL1, put, TAMBERLINE_TEXT, 0, url, -1, NULL) == 5);
+    CHECK(invoke(control, TAMBERLINE_DISPID_URL1, put, TAMBERLINE_TEXT, 0, overlong, 1, NULL) == 5);
     CHECK(url1Is(control, "page.htm"));
     CHECK(tamberline_release(control) == 0);
 }
@@ -169,7 +147,6 @@ static void testInvoke(void)
 static void testMisuse(void)
 {
     char *text = NULL;
-    int16_t flag = 0;
     TamberlineControl *control = NULL;
     CHECK(tamberline_Url1_get(NULL, &text) == 424 && text == NULL);
     CHECK(tamberline_release(NULL) == 424);
@@ -178,7 +155,6 @@ static void testMisuse(void)
     CHECK(tamberline_AllowNav2_get(control, NULL) == 5);
     CHECK(tamberline_EditWizard(control, NULL) == 5);
     CHECK(tamberline_release(control) == 0);
-    (void)flag;
 }
 
 /* The editors in a process where they cannot open: an error number back, the host alive. */
@@ -221,15 +197,13 @@ static void testSandboxRefusal(void)
 }
 
 struct ThreadResult {
-    int sawEmpty;
-    int sawOwn;
     int wrongThreadStatus;
     int editorStatus;
-    int invokedEditorStatus;
     int16_t editorResult;
     TamberlineControl *foreign;
 };
 
+/* A control belongs to the thread that made it, and windows to the application's thread. */
 static void *otherThread(void *argument)
 {
     struct ThreadResult *result = (struct ThreadResult *)argument;
@@ -237,14 +211,9 @@ static void *otherThread(void *argument)
     char *text = NULL;
     if (tamberline_create(&control) != 0)
         return NULL;
-    result->sawEmpty = url1Is(control, "");
-    tamberline_Url1_put(control, "worker");
-    result->sawOwn = url1Is(control, "worker");
     result->wrongThreadStatus = tamberline_Url1_get(result->foreign, &text);
     tamberline_free_string(text);
-    /* Windows belong to the application's thread: refused, not built here. */
     result->editorStatus = tamberline_EditWizard(control, &result->editorResult);
-    result->invokedEditorStatus = tamberline_invoke(control, TAMBERLINE_DISPID_EDITPROPERTIES, TAMBERLINE_METHOD, NULL, 0, NULL);
     tamberline_release(control);
     return NULL;
 }
@@ -253,18 +222,13 @@ static void testThreads(void)
 {
     TamberlineControl *control = NULL;
     pthread_t thread;
-    struct ThreadResult result = {0, 0, 0, 0, 0, 1, NULL};
+    struct ThreadResult result = {0, 0, 1, NULL};
     CHECK(tamberline_create(&control) == 0);
-    CHECK(tamberline_Url1_put(control, "main") == 0);
     result.foreign = control;
     CHECK(pthread_create(&thread, NULL, otherThread, &result) == 0);
     CHECK(pthread_join(thread, NULL) == 0);
-    CHECK(result.sawEmpty);
-    CHECK(result.sawOwn);
     CHECK(result.wrongThreadStatus == 5);
     CHECK(result.editorStatus == 5 && result.editorResult == 1);
-    CHECK(result.invokedEditorStatus == 5);
-    CHECK(url1Is(control, "main"));
     CHECK(tamberline_release(control) == 0);
 }
 
@@ -273,7 +237,7 @@ static void testThreads(void)
 int main(int argc, char **argv)
 {
     int windowless = argc > 1 && strcmp(argv[1], "no-window-system") == 0;
-    testPropertiesAndSharing();
+    testProperties();
     testInvoke();
     testMisuse();
     if (windowless)

@@ -76,6 +76,7 @@ void tst_Dispatch::propertiesRoundTrip_data()
     QTest::newRow("AllowNav2 from a fraction") << DispId::AllowNav2 << QVariant(0.4) << vTrue;
     QTest::newRow("AllowNav2 from a number past 64 bits") << DispId::AllowNav2 << QVariant(-1e300) << vTrue;
     QTest::newRow("AllowNav2 from text") << DispId::AllowNav2 << QVariant(QStringLiteral("true")) << vTrue;
+    QTest::newRow("AllowNav2 from False") << DispId::AllowNav2 << QVariant(QStringLiteral(" FALSE ")) << vFalse;
     QTest::newRow("AllowNav2 from numeric text") << DispId::AllowNav2 << QVariant(QStringLiteral("0.0")) << vFalse;
     QTest::newRow("NodeOffset") << DispId::NodeOffset << QVariant(-3) << QVariant(-3);
     QTest::newRow("NodeOffset from numeric text") << DispId::NodeOffset << QVariant(QStringLiteral(" 17 ")) << QVariant(17);
@@ -102,9 +103,7 @@ void tst_Dispatch::elemAttribsByIdentifier()
     control.invoke(DispId::ElemAttribs, Put, {-1, QStringLiteral("a=1")});
     control.invoke(DispId::ElemAttribs, Put, {QStringLiteral("9"), QStringLiteral("b=2")});
     QCOMPARE(control.invoke(DispId::ElemAttribs, Get, {1}), QVariant(QStringLiteral("b=2")));
-    QCOMPARE(control.invoke(DispId::ElemAttribs, Get, {-5}), QVariant(QString()));
     QCOMPARE(errorOf(control, DispId::ElemAttribs, Put, {0, QStringLiteral("x=0")}), 424);
-    QCOMPARE(storedAttribs(control), (QStringList{QStringLiteral("a=1"), QStringLiteral("b=2")}));
     QVERIFY(!control.invoke(DispId::ClearAttribs, Method, {}).isValid());
     QVERIFY(storedAttribs(control).isEmpty());
 }

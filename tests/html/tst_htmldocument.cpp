@@ -49,14 +49,7 @@ QString childList(const Document &document, int element)
     return list.join(u'|');
 }
 
-QByteArray repeated(const QByteArray &piece, int count)
-{
-    QByteArray result;
-    result.reserve(piece.size() * count);
-    for (int i = 0; i < count; ++i)
-        result += piece;
-    return result;
-}
+QByteArray repeated(const QByteArray &piece, int count) { return piece.repeated(count); }
 
 } // namespace
 
@@ -242,11 +235,13 @@ void tst_HtmlDocument::innerText_data()
                                                      << u"b"_s;
     QTest::newRow("div gives one line break") << QByteArray("<body>a<div>b</div>c") << u"BODY"_s
                                               << u"a\nb\nc"_s;
-    QTest::newRow("p gives two line breaks") << QByteArray("<p>one</p>  <p>two</p>") << u"BODY"_s
-                                             << u"one\n\ntwo"_s;
+    QTest::newRow("p gives two line breaks") << QByteArray("a<p>b</p>  <p>c</p>d") << u"BODY"_s
+                                             << u"a\n\nb\n\nc\n\nd"_s;
     QTest::newRow("nested blocks collapse their breaks")
         << QByteArray("<div><div><p>a</p></div></div><div><div>b</div></div>") << u"BODY"_s << u"a\n\nb"_s;
     QTest::newRow("breaks at the ends dropped") << QByteArray("<div><p>x</p></div>") << u"DIV"_s << u"x"_s;
+    QTest::newRow("a line break beside a zero width space goes") << QByteArray("<p>a\xE2\x80\x8B\nb c\n\xE2\x80\x8B" "d</p>")
+                                                                 << u"P"_s << u"a\u200bb c\u200bd"_s;
     QTest::newRow("headings and list items") << QByteArray("<h1>T</h1><ul><li>a</li> <li>b</li></ul>")
                                              << u"BODY"_s << u"T\na\nb"_s;
     QTest::newRow("br gives a newline, spaces around it go")
@@ -287,9 +282,9 @@ void tst_HtmlDocument::innerText_data()
                                            << u"s"_s;
     QTest::newRow("an option reads SVG in it") << QByteArray("<option>a<svg><text>b</text></svg></option>")
                                                << u"OPTION"_s << u"ab"_s;
-    QTest::newRow("an option of a list box, collapsed") << QByteArray("<select multiple><option> a \n b </select>")
+    QTest::newRow("an option of a list box, collapsed") << QByteArray("<select size=2><option> a \n b </select>")
                                                         << u"OPTION"_s << u"a b"_s;
-    QTest::newRow("an option of a drop-down, as it is") << QByteArray("<select><option> a \n b </select>")
+    QTest::newRow("an option of a drop-down, as it is") << QByteArray("<select size=1><option> a \n b </select>")
                                                         << u"OPTION"_s << u" a \n b "_s;
     QTest::newRow("an optgroup of a list box, text around its options")
         << QByteArray("<select multiple><optgroup label=g>ab<option>1</option>cd</optgroup><option>2</select>")
@@ -439,6 +434,11 @@ void tst_HtmlDocument::limits_data()
     ParseLimits few;
     few.maxElements = 6;
     QTest::newRow("elements past the cap cut off") << repeated("<p>x", 10) << few << QString() << 6 << true;
+    few.maxDepth = 20; // the page is cut before the parser reads what would nest too deep
+    QTest::newRow("what follows the cap is not read") << repeated("<p>x", 10) + repeated("<section>", 30) << few << QString()
+                                                      << 6 << true;
+    QTest::newRow("a list ends a list item's scope") << repeated("<li><ul></li>", 5) << shallow
+                                                     << u"the page nests elements 12 deep; at most 8 can be read"_s << 0 << false;
     ParseLimits little;
     little.maxTextChars = 20;
     QTest::newRow("nested text counts once") << QByteArray("<div><div><p>0123456789</p></div></div>") << little

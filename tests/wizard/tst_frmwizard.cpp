@@ -111,6 +111,7 @@ void tst_FrmWizard::steps_data()
     const QString summaryStep = u"Search Wizard -- Step 5 of 5 | txtSummary | Back OK*"_s;
     QTest::newRow("Finish at once without a URL") << QString() << u"Finish"_s << urlStep << false;
     QTest::newRow("blanks are no URL to Enter") << u"  "_s << u"Enter Enter"_s << urlStep << false;
+    QTest::newRow("Finish on the URL step checks it") << u"  "_s << u"Enter Finish"_s << urlStep << false;
     QTest::newRow("Finish with a URL shows the summary") << u"a"_s << u"Finish"_s << summaryStep << false;
     QTest::newRow("Next walks to the summary") << u"a"_s << u"Next Next Next Next"_s << summaryStep << false;
     QTest::newRow("Back to the first step") << u"a"_s << u"Enter Enter Back Back"_s
@@ -149,6 +150,7 @@ void tst_FrmWizard::offsetCheck_data()
     QTest::newRow("the leading number") << u"  -12abc"_s << u"-12"_s << false;
     QTest::newRow("-10000 passes") << u"-10000"_s << u"-10000"_s << false;
     QTest::newRow("10001 keeps the focus") << u"10001"_s << u"10001"_s << true;
+    QTest::newRow("15 significant digits") << u"1234567890123456"_s << u"1.23456789012346E+15"_s << true;
     QTest::newRow("-10001 keeps the focus") << u"-10001.0"_s << u"-10001"_s << true;
 }
 
