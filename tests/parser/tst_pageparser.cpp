@@ -57,7 +57,7 @@ class tst_PageParser : public QObject
 
 private slots:
     void init();
-    void cleanup();
+    void cleanup() { m_settings.reset(); }
     void opensOnTheQueryPage();
     void withoutNavigationThePageStaysEmpty();
     void emptyAddressOpensBlank();
@@ -83,11 +83,6 @@ void tst_PageParser::init()
 {
     m_settings = std::make_unique<TestSettings>();
     resetThreadQuery();
-}
-
-void tst_PageParser::cleanup()
-{
-    m_settings.reset();
 }
 
 void tst_PageParser::opensOnTheQueryPage()

@@ -133,7 +133,8 @@ void tst_Searching::nodeOperationsMarkAndMeasure()
     control.setAllowNav2(true);
     control.setSearchText(QStringLiteral("Pears"));
     QString searchKey, offsetAfterSearchNode, offsetAfterReturn, offsetBefore, searchMarks, returnMarks, returnBefore;
-    QStringList marked, remarked;
+    QString marked;
+    QStringList remarked;
     bool returnOfferedFirst = true, returnOfferedLater = false;
     editWithParser(control, script, [&](frmMain *parser) {
         QTRY_VERIFY(!selectedKey(parser).isEmpty());
@@ -143,7 +144,7 @@ void tst_Searching::nodeOperationsMarkAndMeasure()
         returnOfferedFirst = child<QAction>(parser, "mnu_NodeOperSetRetNode")->isEnabled();
         chooseFromMenu(parser, "mnu_NodeOperSetSearchNode");
         offsetAfterSearchNode = offset->text();
-        marked = {marksOf(parser, searchKey)};
+        marked = marksOf(parser, searchKey);
 
         // The price two elements later, then an element before the search node.
         const int search = numberFromKey(searchKey);
@@ -169,7 +170,7 @@ void tst_Searching::nodeOperationsMarkAndMeasure()
         triggerMenu(parser, "mnu_Exit");
     });
     QVERIFY2(script.done(), qPrintable(script.pending()));
-    QCOMPARE(marked, QStringList{QStringLiteral("bold 255")});
+    QCOMPARE(marked, QStringLiteral("bold 255"));
     QCOMPARE(remarked, (QStringList{QStringLiteral("0"), QStringLiteral("0"), QStringLiteral("bold 255")}));
     QVERIFY(!returnOfferedFirst);
     QVERIFY(returnOfferedLater);
