@@ -88,6 +88,8 @@ void tst_DocumentSearch::scan_data()
     QTest::newRow("a star finds the outermost element first") << 0 << QStringLiteral("*price*") << QStringList{} << 0;
     QTest::newRow("continues after the start") << 1 << QStringLiteral("*price*") << QStringList{} << 1;
     QTest::newRow("text and filters together") << 0 << QStringLiteral("*price*") << QStringList{QStringLiteral("tagName=div")} << 2;
+    QTest::newRow("ParentTag skips the top element whose text does not fit")
+        << 0 << QStringLiteral("price: 12") << QStringList{QStringLiteral("ParentTag=body")} << 2;
     QTest::newRow("filters alone") << 0 << QStringLiteral("  ") << QStringList{QStringLiteral("href=x")} << 3;
     QTest::newRow("nothing after the last") << 3 << QStringLiteral("*price*") << QStringList{} << -1;
     QTest::newRow("sharp s stays one letter") << 0 << u"*STRA\u00dfE*"_s << QStringList{} << 5;

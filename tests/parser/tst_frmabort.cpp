@@ -30,10 +30,7 @@ void tst_FrmAbort::waitsForItsOwnerThenCentres()
         QTest::mouseClick(window->findChild<QPushButton *>(QStringLiteral("cmdAbort")), Qt::LeftButton);
     });
     QTimer::singleShot(300, &owner, [&] { owner.show(); });
-    QElapsedTimer timer;
-    timer.start();
     dialog.showFor(&owner);
-    QVERIFY(timer.elapsed() < 5000);
     QVERIFY2(script.done(), qPrintable(script.pending()));
     QCOMPARE(parentWhenShown, &owner);
     QVERIFY(qAbs(shownAt.center().x() - owner.geometry().center().x()) <= 2);
@@ -45,12 +42,9 @@ void tst_FrmAbort::staysHiddenWhileTheOwnerIs()
     TestSettings settings;
     ScriptedDialogs script;
     frmAbort dialog;
-    // An owner that is never shown: nothing comes up, after the five seconds.
+    // An owner that is never shown: nothing comes up.
     frmMain hidden;
-    QElapsedTimer timer;
-    timer.start();
     dialog.showFor(&hidden);
-    QVERIFY(timer.elapsed() >= 4900);
     QVERIFY(script.modalWindows().isEmpty());
     QVERIFY(!dialog.isVisible());
 }

@@ -102,6 +102,12 @@ void tst_NodePropertyList::rows_data()
     QTest::newRow("the top element has no parent tag")
         << int(NodePropertyList::Show::NonEmpty) << 0 << QStringList{}
         << QStringList{QStringLiteral("tagName=HTML b"), QStringLiteral("sourceIndex=0 b")};
+    QTest::newRow("the element under the top one has its parent tag")
+        << int(NodePropertyList::Show::None) << 1 << QStringList{}
+        << QStringList{QStringLiteral("tagName=BODY b"), QStringLiteral("ParentTag=HTML b"), QStringLiteral("sourceIndex=1 b")};
+    QTest::newRow("a filter with another value leaves the row unticked")
+        << int(NodePropertyList::Show::NonEmpty) << 2 << QStringList{QStringLiteral("id=y")}
+        << QStringList{QStringLiteral("id=x"), QStringLiteral("data=NULL")} + elementRows + QStringList{QStringLiteral("id=y+ r")};
     QTest::newRow("a filter the element carries is ticked")
         << int(NodePropertyList::Show::NonEmpty) << 2 << QStringList{QStringLiteral("id=x")}
         << QStringList{QStringLiteral("id=x+"), QStringLiteral("data=NULL")} + elementRows;

@@ -133,6 +133,8 @@ void tst_Searching::nodeOperationsMarkAndMeasure()
     control.setAllowNav2(true);
     control.setSearchText(QStringLiteral("Pears"));
     QString searchKey, offsetAfterSearchNode, offsetAfterReturn, offsetBefore, searchMarks, returnMarks, returnBefore;
+    QString marked;
+    QStringList remarked;
     bool returnOfferedFirst = true, returnOfferedLater = false;
     editWithParser(control, script, [&](frmMain *parser) {
         QTRY_VERIFY(!selectedKey(parser).isEmpty());
@@ -142,6 +144,7 @@ void tst_Searching::nodeOperationsMarkAndMeasure()
         returnOfferedFirst = child<QAction>(parser, "mnu_NodeOperSetRetNode")->isEnabled();
         chooseFromMenu(parser, "mnu_NodeOperSetSearchNode");
         offsetAfterSearchNode = offset->text();
+        marked = marksOf(parser, searchKey);
 
         // The price two elements later, then an element before the search node.
         const int search = numberFromKey(searchKey);
@@ -159,9 +162,16 @@ void tst_Searching::nodeOperationsMarkAndMeasure()
         offsetBefore = offset->text();
         returnBefore = marksOf(parser, nodeKey(search + 2));
         clickButton(parser, "cmdSave");
+        // A new search node takes the marks from the old search and return nodes.
+        clickNode(parser, parser->nodeTree().node(nodeKey(search + 2)));
+        openNodeMenu(parser);
+        chooseFromMenu(parser, "mnu_NodeOperSetSearchNode");
+        remarked = {marksOf(parser, searchKey), marksOf(parser, nodeKey(search - 3)), marksOf(parser, nodeKey(search + 2))};
         triggerMenu(parser, "mnu_Exit");
     });
     QVERIFY2(script.done(), qPrintable(script.pending()));
+    QCOMPARE(marked, QStringLiteral("bold 255"));
+    QCOMPARE(remarked, (QStringList{QStringLiteral("0"), QStringLiteral("0"), QStringLiteral("bold 255")}));
     QVERIFY(!returnOfferedFirst);
     QVERIFY(returnOfferedLater);
     QCOMPARE(offsetAfterSearchNode, QStringLiteral("0"));

@@ -2,87 +2,106 @@
 
 #include "platform/runtimeerror.h"
 
+#include <cmath>
+
 namespace WildcardReference {
 
 namespace {
 
-// Mid$(text, start) and Mid$(text, start, length), 1-based.
-QString mid(const QString &text, long long start, long long length = -1)
+// A 16-bit text position.
+long long pos16(long long p)
+{
+    if (p > 32767)
+        throw RuntimeError(ErrorNumber::Overflow);
+    return p;
+}
+
+// Mid$(s, start[, length]), 1-based.
+QString mid(const QString &s, long long start, long long length = -1)
 {
     if (start < 1 || length < -1)
         throw RuntimeError(ErrorNumber::InvalidCall);
-    if (start > text.size())
-        return {};
-    return length < 0 ? text.mid(start - 1) : text.mid(start - 1, length);
+    return start > s.size() ? QString() : s.mid(start - 1, length);
 }
 
-long long inStr(long long start, const QString &text, const QString &find)
+// InStr(start, s, find), 1-based, 0 for none; nothing is found in an empty text.
+long long inStr(long long start, const QString &s, const QString &find)
 {
-    if (text.isEmpty())
+    if (start < 1)
+        throw RuntimeError(ErrorNumber::InvalidCall);
+    if (s.isEmpty() || start > s.size())
         return 0;
-    return findFrom(start, text, find);
+    if (find.isEmpty())
+        return start;
+    for (long long i = start; i + find.size() - 1 <= s.size(); ++i) {
+        if (QStringView(s).mid(i - 1, find.size()) == find)
+            return i;
+    }
+    return 0;
 }
 
-} // namespace
-
-int16_t MatchFrom(const QString &text, const QString &pattern, const QString &starToken, const QString &anyToken,
-                  int16_t start)
+long long nearer(long long a, long long b)
 {
-    const int16_t s = matcherPosition(inStr(1, pattern, starToken));
-    const int16_t q = matcherPosition(inStr(1, pattern, anyToken));
+    return b != 0 && (a == 0 || b < a) ? b : a;
+}
+
+long long matchFrom(const QString &text, const QString &pattern, const QString &star, const QString &any, long long start)
+{
+    const long long s = pos16(inStr(1, pattern, star));
+    const long long q = pos16(inStr(1, pattern, any));
     if (s == 1) {
-        const long long nextStar = inStr(2, pattern, starToken);
-        const long long nextAny = inStr(2, pattern, anyToken);
-        long long nearer = nextStar;
-        if (nextAny != 0 && (nearer == 0 || nextAny < nearer))
-            nearer = nextAny;
-        const QString rest = mid(pattern, starToken.size() + 1);
-        const QString literal = nearer == 0 ? rest : mid(pattern, starToken.size() + 1, nearer - starToken.size() - 1);
-        int16_t p = start;
-        while (true) {
-            if (MatchFrom(text, rest, starToken, anyToken, p) != 0)
+        const long long next = nearer(inStr(2, pattern, star), inStr(2, pattern, any));
+        const QString rest = mid(pattern, star.size() + 1);
+        const QString literal = next == 0 ? rest : mid(pattern, star.size() + 1, next - star.size() - 1);
+        for (long long p = start;; ) {
+            if (matchFrom(text, rest, star, any, p) != 0)
                 return 1;
-            p = matcherPosition(inStr(p + 1, text, literal));
-            if (p == 0)
+            if ((p = pos16(inStr(p + 1, text, literal))) == 0)
                 return 0;
         }
     }
-    if (q == 1) {
-        if (text.isEmpty())
-            return 0;
-        return MatchFrom(mid(text, 2), mid(pattern, anyToken.size() + 1), starToken, anyToken, 1) == 1 ? 1 : 0;
-    }
+    if (q == 1)
+        return !text.isEmpty() && matchFrom(mid(text, 2), mid(pattern, any.size() + 1), star, any, 1) == 1 ? 1 : 0;
     if (s == 0 && q == 0) {
         if (pattern.isEmpty())
             return text.isEmpty() ? 1 : 3;
         const QString t = mid(text, start);
         const long long first = inStr(1, t, pattern);
-        if (first > 0 && first + pattern.size() - 1 == t.size())
-            return matcherPosition(first);
-        return 0;
+        return first > 0 && first + pattern.size() - 1 == t.size() ? pos16(first) : 0;
     }
-    long long nearer = s;
-    if (q != 0 && (nearer == 0 || q < nearer))
-        nearer = q;
-    const QString literal = pattern.left(nearer - 1);
-    const int16_t p = matcherPosition(inStr(start, text, literal));
+    const QString literal = pattern.left(nearer(s, q) - 1);
+    const long long p = pos16(inStr(start, text, literal));
     if (p == 0)
         return 0;
-    const int16_t r = MatchFrom(mid(text, p + literal.size()), mid(pattern, nearer), starToken, anyToken, 1);
-    return r > 0 ? p : 0;
+    return matchFrom(mid(text, p + literal.size()), mid(pattern, nearer(s, q)), star, any, 1) > 0 ? p : 0;
 }
 
-bool MatchWildcard(const QString &text, const QString &pattern, const WildcardPattern::RandomSource &random)
+} // namespace
+
+bool MatchWildcard(const QString &text, const QString &pattern, const std::function<double()> &random)
 {
     if (!pattern.isEmpty() && text.isEmpty())
         return false;
-    const WildcardPattern tokens = WildcardPattern::tokenize(pattern, random);
-    const QString &p = tokens.pattern;
-    if (p.startsWith(tokens.starToken))
-        return MatchFrom(text, mid(p, tokens.starToken.size() + 1), tokens.starToken, tokens.anyToken, 1) > 0;
-    if (p.startsWith(tokens.anyToken))
-        return MatchFrom(mid(text, 2), mid(p, tokens.anyToken.size() + 1), tokens.starToken, tokens.anyToken, 1) == 1;
-    return MatchFrom(text, p, tokens.starToken, tokens.anyToken, 1) == 1;
+    // Each placeholder is "_" and the first number from a random start the pattern lacks; the
+    // escapes become placeholders that are never turned back.
+    QString p = pattern;
+    long long n = static_cast<long long>(std::floor(random() * 1000));
+    const auto token = [&] {
+        while (p.contains(u'_' + QString::number(n)))
+            ++n;
+        return u'_' + QString::number(n++);
+    };
+    for (const QString escape : {QStringLiteral("\\*"), QStringLiteral("\\?"), QStringLiteral("\\\\")})
+        p.replace(escape, token());
+    const QString star = token();
+    p.replace(u'*', star);
+    const QString any = token();
+    p.replace(u'?', any);
+    if (p.startsWith(star))
+        return matchFrom(text, mid(p, star.size() + 1), star, any, 1) > 0;
+    if (p.startsWith(any))
+        return matchFrom(mid(text, 2), mid(p, any.size() + 1), star, any, 1) == 1;
+    return matchFrom(text, p, star, any, 1) == 1;
 }
 
 } // namespace WildcardReference

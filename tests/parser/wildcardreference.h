@@ -1,15 +1,13 @@
 #pragma once
 
-#include "parser/wildcardpattern.h"
-
 #include <QString>
 
-// The matcher written out as the search defines it, recursion and all, with nothing made
-// faster: the reference that the fast matcher must agree with.
+#include <functional>
+
+// The search's matcher as its definition reads, recursion and all, written apart from the
+// product so that a fault in the product's parts cannot hide in both.
 namespace WildcardReference {
 
-int16_t MatchFrom(const QString &text, const QString &pattern, const QString &starToken, const QString &anyToken,
-                  int16_t start);
-bool MatchWildcard(const QString &text, const QString &pattern, const WildcardPattern::RandomSource &random);
+bool MatchWildcard(const QString &text, const QString &pattern, const std::function<double()> &random);
 
 } // namespace WildcardReference
