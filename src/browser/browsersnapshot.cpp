@@ -34,8 +34,10 @@ public:
                 document->textsPending = readBool();
             else if (key == u"unreadTextFrom")
                 document->unreadTextFrom = readIndex(-1, std::numeric_limits<int>::max());
-            else if (key == u"elements")
-                readElements(*document);
+            else if (key == u"nodes")
+                readNodes(*document);
+            else if (key == u"texts")
+                readTextList(*document);
             else
                 fail("an unknown key");
         }
@@ -54,7 +56,7 @@ public:
         document->cut = structure.cut;
         document->cutReason = structure.cutReason;
         document->elements = structure.elements;
-        qsizetype next = 0;
+        bool texts = false;
         expect(u'{');
         bool first = true;
         while (!consume(u'}')) {
@@ -64,15 +66,8 @@ public:
             const QString key = readString();
             expect(u':');
             if (key == u"texts") {
-                expect(u'[');
-                if (!consume(u']')) {
-                    do {
-                        if (next >= document->elements.size())
-                            fail("more texts than elements");
-                        document->elements[next++].innerText = document->appendText(readString());
-                    } while (consume(u','));
-                    expect(u']');
-                }
+                readTextList(*document);
+                texts = true;
             } else if (key == u"cut") {
                 document->cut = readBool() || document->cut;
             } else if (key == u"cutReason") {
@@ -86,8 +81,8 @@ public:
             }
         }
         skipSpace();
-        if (m_pos != m_text.size() || next != document->elements.size())
-            fail("texts that are not the elements'");
+        if (m_pos != m_text.size() || !texts)
+            fail("not the texts of the elements");
         return document;
     }
 
@@ -115,12 +110,6 @@ private:
     {
         if (!consume(c))
             fail("unexpected character");
-    }
-
-    bool peekIs(char16_t c)
-    {
-        skipSpace();
-        return m_pos < m_text.size() && m_text[m_pos] == c;
     }
 
     bool readBool()
@@ -227,66 +216,62 @@ private:
         return int(value);
     }
 
-    void readElements(Document &document)
+    // The flat list of elements and text nodes that snapshot() writes, in document order.
+    void readNodes(Document &document)
     {
         expect(u'[');
         if (consume(u']'))
             return;
         do {
-            document.elements.append(readElement(document));
-        } while (consume(u','));
-        expect(u']');
-        // Children may name elements that come later; check them once all are known. A cut
-        // snapshot ends before some of them, and those are left out like the rest.
-        const int count = document.length();
-        for (Document::Element &element : document.elements) {
-            element.children.removeIf([&](const Document::ChildNode &child) {
-                if (child.element >= count && !document.cut)
-                    fail("a child index is out of range");
-                return child.element >= count;
-            });
-        }
-    }
-
-    Document::Element readElement(Document &document)
-    {
-        const int index = document.length();
-        Document::Element element;
-        expect(u'[');
-        element.tagName = readString();
-        expect(u',');
-        element.parent = readIndex(-1, index); // parents come first in document order
-        expect(u',');
-        element.id = readString();
-        expect(u',');
-        element.innerText = document.appendText(readString());
-        expect(u',');
-        expect(u'[');
-        if (!consume(u']')) {
-            do {
+            const long long first = readInteger();
+            expect(u',');
+            if (first <= -2) {
+                const long long parent = -2 - first;
+                if (parent >= document.length())
+                    fail("a text's parent is out of range");
+                document.elements[parent].children.append(Document::ChildNode{-1, readString()});
+                continue;
+            }
+            const int index = document.length();
+            if (first >= index)
+                fail("an element's parent is out of range"); // parents come first
+            Document::Element element;
+            element.parent = int(first);
+            element.tagName = readString();
+            expect(u',');
+            const long long count = readInteger();
+            for (long long i = 0; i < count; ++i) {
                 Document::Attribute attribute;
+                expect(u',');
                 attribute.name = readString();
                 expect(u',');
                 attribute.value = readString();
-                element.attributes.append(attribute);
-            } while (consume(u','));
-            expect(u']');
-        }
-        expect(u',');
+                if (attribute.name == u"id")
+                    element.id = attribute.value;
+                element.attributes.append(std::move(attribute));
+            }
+            if (element.parent >= 0)
+                document.elements[element.parent].children.append(Document::ChildNode{index, {}});
+            document.elements.append(std::move(element));
+        } while (consume(u','));
+        expect(u']');
+    }
+
+    // One text for each element, in order.
+    void readTextList(Document &document)
+    {
+        qsizetype next = 0;
         expect(u'[');
         if (!consume(u']')) {
             do {
-                Document::ChildNode child;
-                if (peekIs(u'"'))
-                    child.text = readString();
-                else
-                    child.element = readIndex(0, 1'000'000'000);
-                element.children.append(child);
+                if (next >= document.elements.size())
+                    fail("more texts than elements");
+                document.elements[next++].innerText = document.appendText(readString());
             } while (consume(u','));
             expect(u']');
         }
-        expect(u']');
-        return element;
+        if (next != document.elements.size())
+            fail("fewer texts than elements");
     }
 
     QStringView m_text;

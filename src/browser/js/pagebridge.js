@@ -125,18 +125,20 @@
     }
 
     window.__tamberline = {
-        // Every element in document order as
-        // [tagName, parent index, id, innerText, [name, value, ...], [child index or text, ...]].
-        // withTexts false leaves the texts out (textsPending) for texts() to give afterwards:
-        // the structure alone comes several times as fast.
+        // Every element and text node in document order, in one flat list rather than an array
+        // per element, which costs the page's heap several times more: an element is its
+        // parent's index (-1 for none), its tagName, its attribute count and that many names
+        // and values; a text node is -2 minus its parent's index, then its text. withTexts false
+        // leaves the elements' texts out (textsPending) for texts() to give afterwards: the
+        // structure alone comes several times as fast.
         snapshot(limits, withTexts = true) {
             const started = performance.now();
             elementAt = [];
-            const elements = [];
+            const nodes = [];
             let cut = false;
             let cutReason = '';
-            // Elements and text nodes in document order, a parent's index kept while its children
-            // are walked: the same elements, in the same order, as getElementsByTagName('*').
+            // A parent's index is kept while its children are walked: the same elements, in the
+            // same order, as getElementsByTagName('*').
             const openNodes = [];
             const openParents = [];
             let node = firstChildOf.call(document);
@@ -144,7 +146,7 @@
             while (node) {
                 const type = nodeTypeOf.call(node);
                 if (type === Node.ELEMENT_NODE) {
-                    const index = elements.length;
+                    const index = elementAt.length;
                     if (index >= limits.maxElements || performance.now() - started > limits.maxMilliseconds) {
                         const total = getElementsByTagName.call(document, '*').length;
                         cut = true;
@@ -155,22 +157,18 @@
                     }
                     node[indexKey] = index;
                     elementAt.push(node);
-                    if (parent >= 0)
-                        elements[parent][5].push(index);
-                    const attributes = [];
-                    let id = '';
+                    nodes.push(parent, tagNameOf.call(node));
                     if (hasAttributes.call(node)) {
                         const map = attributesOf.call(node);
-                        for (let i = 0, count = attributeCountOf.call(map); i < count; ++i) {
+                        const count = attributeCountOf.call(map);
+                        nodes.push(count);
+                        for (let i = 0; i < count; ++i) {
                             const attribute = attributeAt.call(map, i);
-                            const name = attrNameOf.call(attribute);
-                            const value = attrValueOf.call(attribute);
-                            if (name === 'id')
-                                id = value;
-                            attributes.push(name, value);
+                            nodes.push(attrNameOf.call(attribute), attrValueOf.call(attribute));
                         }
+                    } else {
+                        nodes.push(0);
                     }
-                    elements.push([tagNameOf.call(node), parent, id, '', attributes, []]);
                     const child = firstChildOf.call(node);
                     if (child) {
                         openNodes.push(node);
@@ -180,7 +178,7 @@
                         continue;
                     }
                 } else if (type === Node.TEXT_NODE && parent >= 0) {
-                    elements[parent][5].push(dataOf.call(node));
+                    nodes.push(-2 - parent, dataOf.call(node));
                 }
                 let next = nextSiblingOf.call(node);
                 while (!next && openNodes.length) {
@@ -191,10 +189,10 @@
                 node = next;
             }
             const snapshot = { url: location.href, title: titleOf.call(document), cut, cutReason, unreadTextFrom: -1,
-                               textsPending: !withTexts, elements };
+                               textsPending: !withTexts, nodes };
             if (withTexts) {
                 const read = readTexts(limits);
-                read.texts.forEach((text, index) => { elements[index][3] = text; });
+                snapshot.texts = read.texts;
                 snapshot.cut = cut || read.cut;
                 snapshot.cutReason = cut ? cutReason : read.cutReason;
                 snapshot.unreadTextFrom = read.unreadTextFrom;
