@@ -1,5 +1,6 @@
 #include <tamberline/tamberlinecontrol.h>
 #include "queryfile.h"
+#include "datatable.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -15,18 +16,66 @@ class tst_QueryFile : public QObject
 
 private slots:
     void badFilesSayWhatIsWrong_data();
-    void badFilesSayWhatIsWrong();
+    void badFilesSayWhatIsWrong()
+    {
+        const auto [json, message] = fetchRow<QByteArray, QString>("json", "message");
+        try {
+            QueryFile::parse(json, QString());
+            QFAIL("a bad file must not load");
+        } catch (const QueryFileError &error) {
+            QVERIFY2(error.message().contains(message), qPrintable(error.message()));
+        }
+    }
 
-    void saveAndLoadRoundTrip_data();
-    void saveAndLoadRoundTrip();
+    void saveAndLoadRoundTrip_data()
+    {
+        // url: a file name relative to the query's folder, or an address
+        addColumns<QString, QByteArray>("url", "saved");
+        // A page beside the query is saved relative to it, so the pair can move together.
+        QTest::newRow("a page beside the query") << u"pages/shop.html"_s << QByteArray("\"Url1\": \"pages/shop.html\"");
+        QTest::newRow("an address elsewhere") << u"http://shop.example/item?id=%id%"_s
+                                              << QByteArray("\"Url1\": \"http://shop.example/item?id=%id%\"");
+        // Written relative, its % would read back as a marker.
+        QTest::newRow("a file name holding %") << u"50%off.html"_s << QByteArray("50%25off.html\"");
+    }
+
+    void saveAndLoadRoundTrip()
+    {
+        const auto [url, saved] = fetchRow<QString, QByteArray>("url", "saved");
+        QTemporaryDir dir;
+        QueryFile query;
+        query.Url1 = url.contains(u':') ? url : QUrl::fromLocalFile(dir.filePath(url)).toString();
+        query.AllowNav2 = true;
+        query.SearchText = u"Price*"_s;
+        query.NodeOffset = -2147483647 - 1;
+        query.ElemAttribs = QStringList{u"class=price"_s, u"  "_s, u"id=a=b"_s};
+        const QString path = dir.filePath(u"query.json"_s);
+        query.save(path);
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        const QByteArray text = file.readAll();
+        QVERIFY2(text.contains(saved), text.constData());
+        QCOMPARE(QueryFile::load(path), query);
+    }
+
     void markersAfterTheFileNameKept();
-    void controlRoundTrip();
+    void controlRoundTrip()
+    {
+        QueryFile query;
+        query.Url1 = u"about:blank"_s;
+        query.SearchText = u"x"_s;
+        query.NodeOffset = 4;
+        query.ElemAttribs = QStringList{u"a=1"_s, u"b=2"_s};
+        Tamberline control;
+        control.setElemAttribs(-1, u"old=1"_s);
+        query.applyTo(control);
+        QCOMPARE(QueryFile::readFrom(control), query);
+    }
 };
 
 void tst_QueryFile::badFilesSayWhatIsWrong_data()
 {
-    QTest::addColumn<QByteArray>("json");
-    QTest::addColumn<QString>("message");
+    addColumns<QByteArray, QString>("json", "message");
     const QByteArray complete = R"("Url1": "", "AllowNav2": false, "SearchText": "", "NodeOffset": 0, "ElemAttribs": [])";
     const auto with = [&](const char *field) { return "{" + complete + ", " + QByteArray(field) + "}"; };
     // A complete object with one key's value replaced.
@@ -35,62 +84,18 @@ void tst_QueryFile::badFilesSayWhatIsWrong_data()
         object.insert(QString::fromLatin1(key), QJsonDocument::fromJson("[" + QByteArray(value) + "]").array().first());
         return QJsonDocument(object).toJson();
     };
-    QTest::newRow("not JSON") << QByteArray("{\"Url1\": ") << QStringLiteral("not valid JSON");
+    QTest::newRow("not JSON") << QByteArray("{\"Url1\": ") << u"not valid JSON"_s;
     QTest::newRow("missing key") << QByteArray(R"({"Url1": "", "AllowNav2": false, "SearchText": "", "NodeOffset": 0})")
-                                 << QStringLiteral("missing key \"ElemAttribs\"");
-    QTest::newRow("a list") << QByteArray("[]") << QStringLiteral("one JSON object");
-    QTest::newRow("unknown key") << with(R"("Url": "x")") << QStringLiteral("unknown key \"Url\"");
-    QTest::newRow("address not text") << replaced("Url1", R"(5)") << QStringLiteral("\"Url1\" must be a string");
-    QTest::newRow("switch not Boolean") << replaced("AllowNav2", R"(-1)") << QStringLiteral("\"AllowNav2\" must be true or false");
-    QTest::newRow("offset a fraction") << replaced("NodeOffset", R"(1.5)") << QStringLiteral("\"NodeOffset\" must be a whole number");
-    QTest::newRow("offset too large") << replaced("NodeOffset", R"(2147483648)") << QStringLiteral("\"NodeOffset\" must be a whole number");
-    QTest::newRow("offset as text") << replaced("NodeOffset", R"("3")") << QStringLiteral("\"NodeOffset\" must be a whole number");
-    QTest::newRow("filters not a list") << replaced("ElemAttribs", R"("a=1")") << QStringLiteral("\"ElemAttribs\" must be a list");
-    QTest::newRow("filter not text") << replaced("ElemAttribs", R"([1])") << QStringLiteral("\"ElemAttribs\" must be a list");
-}
-
-void tst_QueryFile::badFilesSayWhatIsWrong()
-{
-    QFETCH(QByteArray, json);
-    QFETCH(QString, message);
-    try {
-        QueryFile::parse(json, QString());
-        QFAIL("a bad file must not load");
-    } catch (const QueryFileError &error) {
-        QVERIFY2(error.message().contains(message), qPrintable(error.message()));
-    }
-}
-
-void tst_QueryFile::saveAndLoadRoundTrip_data()
-{
-    QTest::addColumn<QString>("url"); // a file name relative to the query's folder, or an address
-    QTest::addColumn<QByteArray>("saved");
-    // A page beside the query is saved relative to it, so the pair can move together.
-    QTest::newRow("a page beside the query") << u"pages/shop.html"_s << QByteArray("\"Url1\": \"pages/shop.html\"");
-    QTest::newRow("an address elsewhere") << u"http://shop.example/item?id=%id%"_s
-                                          << QByteArray("\"Url1\": \"http://shop.example/item?id=%id%\"");
-    // Written relative, its % would read back as a marker.
-    QTest::newRow("a file name holding %") << u"50%off.html"_s << QByteArray("50%25off.html\"");
-}
-
-void tst_QueryFile::saveAndLoadRoundTrip()
-{
-    QFETCH(QString, url);
-    QFETCH(QByteArray, saved);
-    QTemporaryDir dir;
-    QueryFile query;
-    query.Url1 = url.contains(u':') ? url : QUrl::fromLocalFile(dir.filePath(url)).toString();
-    query.AllowNav2 = true;
-    query.SearchText = u"Price*"_s;
-    query.NodeOffset = -2147483647 - 1;
-    query.ElemAttribs = QStringList{u"class=price"_s, u"  "_s, u"id=a=b"_s};
-    const QString path = dir.filePath(u"query.json"_s);
-    query.save(path);
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::ReadOnly));
-    const QByteArray text = file.readAll();
-    QVERIFY2(text.contains(saved), text.constData());
-    QCOMPARE(QueryFile::load(path), query);
+                                 << u"missing key \"ElemAttribs\""_s;
+    QTest::newRow("a list") << QByteArray("[]") << u"one JSON object"_s;
+    QTest::newRow("unknown key") << with(R"("Url": "x")") << u"unknown key \"Url\""_s;
+    QTest::newRow("address not text") << replaced("Url1", R"(5)") << u"\"Url1\" must be a string"_s;
+    QTest::newRow("switch not Boolean") << replaced("AllowNav2", R"(-1)") << u"\"AllowNav2\" must be true or false"_s;
+    QTest::newRow("offset a fraction") << replaced("NodeOffset", R"(1.5)") << u"\"NodeOffset\" must be a whole number"_s;
+    QTest::newRow("offset too large") << replaced("NodeOffset", R"(2147483648)") << u"\"NodeOffset\" must be a whole number"_s;
+    QTest::newRow("offset as text") << replaced("NodeOffset", R"("3")") << u"\"NodeOffset\" must be a whole number"_s;
+    QTest::newRow("filters not a list") << replaced("ElemAttribs", R"("a=1")") << u"\"ElemAttribs\" must be a list"_s;
+    QTest::newRow("filter not text") << replaced("ElemAttribs", R"([1])") << u"\"ElemAttribs\" must be a list"_s;
 }
 
 void tst_QueryFile::markersAfterTheFileNameKept()
@@ -107,19 +112,6 @@ void tst_QueryFile::markersAfterTheFileNameKept()
     withMarkers.save(path);
     QVERIFY(file.open(QIODevice::ReadOnly));
     QVERIFY(file.readAll().contains("\"Url1\": \"pages/shop.html?id=%id%#%part%\""));
-}
-
-void tst_QueryFile::controlRoundTrip()
-{
-    QueryFile query;
-    query.Url1 = QStringLiteral("about:blank");
-    query.SearchText = QStringLiteral("x");
-    query.NodeOffset = 4;
-    query.ElemAttribs = QStringList{QStringLiteral("a=1"), QStringLiteral("b=2")};
-    Tamberline control;
-    control.setElemAttribs(-1, QStringLiteral("old=1"));
-    query.applyTo(control);
-    QCOMPARE(QueryFile::readFrom(control), query);
 }
 
 QTEST_GUILESS_MAIN(tst_QueryFile)

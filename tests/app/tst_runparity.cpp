@@ -5,8 +5,11 @@
 #include "parser/wildcardmatcher.h"
 #include "queryrunner.h"
 #include "staticpages.h"
+#include "datatable.h"
 
 #include <QtTest>
+
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -20,15 +23,14 @@ QList<RunnableQuery> queries()
         query.filters = filters;
         return query;
     };
-    return {make(QStringLiteral("*e*"), 0, {}),
-            make(QStringLiteral("*a?e*"), 1, {}),
-            make(QString(), 1, {QStringLiteral("tagName=td")}),
-            make(QString(), -1, {QStringLiteral("tagName=p")}),
-            make(QStringLiteral("Pears"), 2, {QStringLiteral("class=item")}),
-            make(QStringLiteral("*price*"), 0, {QStringLiteral("ParentTag=TR")}),
-            make(QString(), 0, {QStringLiteral("tagName=li"), QStringLiteral("sourceIndex=40")})};
+    return {make(u"*e*"_s, 0, {}),
+            make(u"*a?e*"_s, 1, {}),
+            make(QString(), 1, {u"tagName=td"_s}),
+            make(QString(), -1, {u"tagName=p"_s}),
+            make(u"Pears"_s, 2, {u"class=item"_s}),
+            make(u"*price*"_s, 0, {u"ParentTag=TR"_s}),
+            make(QString(), 0, {u"tagName=li"_s, u"sourceIndex=40"_s})};
 }
-
 
 } // namespace
 
@@ -37,10 +39,74 @@ class tst_RunParity : public QObject
     Q_OBJECT
 
 private slots:
-    void bothEnginesAgree_data();
-    void bothEnginesAgree();
-    void scriptsThatRun_data();
-    void scriptsThatRun();
+    void bothEnginesAgree_data() { addEveryPageRow(); }
+
+    void bothEnginesAgree()
+    {
+        QFETCH(QString, path);
+        if (const QString reason = whyNotStatic(path); !reason.isEmpty())
+            QSKIP(qPrintable(reason));
+        const PageSource source = PageSource::fromArgument(path);
+        const DocumentPtr live = browser().load(source);
+        const DocumentPtr parsed = readStaticDocument(source);
+        const WildcardMatcher matcher([] { return 0.5; });
+        for (const RunnableQuery &query : queries()) {
+            const RunResult a = EvaluateQuery(*live, query, matcher);
+            const RunResult b = EvaluateQuery(*parsed, query, matcher);
+            const QString what = u"query \"%1\" %2 offset %3: browser %4/%5/%6 %7, static %8/%9/%10 %11"_s
+                                     .arg(query.searchText, query.filters.join(u' '))
+                                     .arg(query.nodeOffset)
+                                     .arg(a.found).arg(a.returned).arg(a.matches).arg(a.reason)
+                                     .arg(b.found).arg(b.returned).arg(b.matches).arg(b.reason);
+            QVERIFY2(a.found == b.found && a.returned == b.returned && a.matches == b.matches && a.reason == b.reason,
+                     qPrintable(what));
+        }
+    }
+
+    // Each row's script, where one runs, marks the html element: the browser says whether it ran.
+    void scriptsThatRun_data()
+    {
+        addColumns<QByteArray, bool>("body", "runs");
+        const QByteArray mark = "document.documentElement.setAttribute('data-ran', '')";
+        const QByteArray run = "<script>" + mark + "</script>";
+        const auto typed = [&](const QByteArray &attributes) { return "<script " + attributes + ">" + mark + "</script>"; };
+        QTest::newRow("no type") << run << true;
+        QTest::newRow("an empty type") << typed("type=\"\"") << true;
+        QTest::newRow("a JavaScript type in capitals, among spaces") << typed("type=\" Text/JavaScript \"") << true;
+        QTest::newRow("an old JavaScript type") << typed("type=\"text/javascript1.5\"") << true;
+        QTest::newRow("a module") << typed("type=module") << true;
+        QTest::newRow("a type with parameters is data") << typed("type=\"text/javascript; charset=utf-8\"") << false;
+        QTest::newRow("JSON") << typed("type=\"application/ld+json\"") << false;
+        QTest::newRow("a template") << typed("type=\"text/x-template\"") << false;
+        QTest::newRow("language names JavaScript") << typed("language=JavaScript") << true;
+        QTest::newRow("language names another script") << typed("language=vbscript") << false;
+        QTest::newRow("a classic script for browsers without modules") << typed("nomodule") << false;
+        QTest::newRow("a script from its src") << "<script src=\"data:text/javascript," + mark + "\"></script>" << true;
+        QTest::newRow("an empty src fires an error and runs nothing") << typed("src=\"\"") << false;
+        QTest::newRow("a blank script") << QByteArray("<script> \n </script>") << false;
+        QTest::newRow("body onload") << "<body onload=\"" + mark + "\">" << true;
+        QTest::newRow("an image that fails to load") << "<img src=\"missing.png\" onerror=\"" + mark + "\">" << true;
+        QTest::newRow("a click handler waits for a click") << "<a href=\"#\" onclick=\"" + mark + "\">x</a>" << false;
+        QTest::newRow("a frame of javascript:") << "<iframe src=\"javascript:parent." + mark + "\"></iframe>" << true;
+        QTest::newRow("an SVG script") << "<svg>" + run + "</svg>" << true;
+        QTest::newRow("a script in a template") << "<template>" + run + "</template>" << false;
+        QTest::newRow("a script in noscript") << "<noscript>" + run + "</noscript>" << false;
+    }
+
+    void scriptsThatRun()
+    {
+        const auto [body, runs] = fetchRow<QByteArray, bool>("body", "runs");
+        QTemporaryDir dir;
+        QFile page(dir.filePath(u"page.html"_s));
+        QVERIFY(page.open(QIODevice::WriteOnly));
+        const QByteArray html = "<!DOCTYPE html><html><head><title>t</title></head>" + body + "</html>";
+        page.write(html);
+        page.close();
+        const DocumentPtr live = browser().load(PageSource::fromArgument(page.fileName()));
+        QCOMPARE(!live->attribute(live->documentElement(), u"data-ran"_s).isNull(), runs);
+        QCOMPARE(runsScriptsOnLoad(*live), runs);
+        QCOMPARE(runsScriptsOnLoad(*parseHtmlDocument(html, QString())), runs);
+    }
 
 private:
     BrowserLoader &browser();
@@ -48,85 +114,11 @@ private:
     std::unique_ptr<BrowserLoader> m_browser;
 };
 
-void tst_RunParity::bothEnginesAgree_data()
-{
-    addEveryPageRow();
-}
-
-void tst_RunParity::bothEnginesAgree()
-{
-    QFETCH(QString, path);
-    if (const QString reason = whyNotStatic(path); !reason.isEmpty())
-        QSKIP(qPrintable(reason));
-    const PageSource source = PageSource::fromArgument(path);
-    const DocumentPtr live = browser().load(source);
-    const DocumentPtr parsed = readStaticDocument(source);
-    const WildcardMatcher matcher([] { return 0.5; });
-    for (const RunnableQuery &query : queries()) {
-        const RunResult a = EvaluateQuery(*live, query, matcher);
-        const RunResult b = EvaluateQuery(*parsed, query, matcher);
-        const QString what = QStringLiteral("query \"%1\" %2 offset %3: browser %4/%5/%6 %7, static %8/%9/%10 %11")
-                                 .arg(query.searchText, query.filters.join(u' '))
-                                 .arg(query.nodeOffset)
-                                 .arg(a.found).arg(a.returned).arg(a.matches).arg(a.reason)
-                                 .arg(b.found).arg(b.returned).arg(b.matches).arg(b.reason);
-        QVERIFY2(a.found == b.found && a.returned == b.returned && a.matches == b.matches && a.reason == b.reason,
-                 qPrintable(what));
-    }
-}
-
 BrowserLoader &tst_RunParity::browser()
 {
     if (!m_browser)
         m_browser = std::make_unique<BrowserLoader>();
     return *m_browser;
-}
-
-// Each row's script, where one runs, marks the html element: the browser says whether it ran.
-void tst_RunParity::scriptsThatRun_data()
-{
-    QTest::addColumn<QByteArray>("body");
-    QTest::addColumn<bool>("runs");
-    const QByteArray mark = "document.documentElement.setAttribute('data-ran', '')";
-    const QByteArray run = "<script>" + mark + "</script>";
-    const auto typed = [&](const QByteArray &attributes) { return "<script " + attributes + ">" + mark + "</script>"; };
-    QTest::newRow("no type") << run << true;
-    QTest::newRow("an empty type") << typed("type=\"\"") << true;
-    QTest::newRow("a JavaScript type in capitals, among spaces") << typed("type=\" Text/JavaScript \"") << true;
-    QTest::newRow("an old JavaScript type") << typed("type=\"text/javascript1.5\"") << true;
-    QTest::newRow("a module") << typed("type=module") << true;
-    QTest::newRow("a type with parameters is data") << typed("type=\"text/javascript; charset=utf-8\"") << false;
-    QTest::newRow("JSON") << typed("type=\"application/ld+json\"") << false;
-    QTest::newRow("a template") << typed("type=\"text/x-template\"") << false;
-    QTest::newRow("language names JavaScript") << typed("language=JavaScript") << true;
-    QTest::newRow("language names another script") << typed("language=vbscript") << false;
-    QTest::newRow("a classic script for browsers without modules") << typed("nomodule") << false;
-    QTest::newRow("a script from its src") << "<script src=\"data:text/javascript," + mark + "\"></script>" << true;
-    QTest::newRow("an empty src fires an error and runs nothing") << typed("src=\"\"") << false;
-    QTest::newRow("a blank script") << QByteArray("<script> \n </script>") << false;
-    QTest::newRow("body onload") << "<body onload=\"" + mark + "\">" << true;
-    QTest::newRow("an image that fails to load") << "<img src=\"missing.png\" onerror=\"" + mark + "\">" << true;
-    QTest::newRow("a click handler waits for a click") << "<a href=\"#\" onclick=\"" + mark + "\">x</a>" << false;
-    QTest::newRow("a frame of javascript:") << "<iframe src=\"javascript:parent." + mark + "\"></iframe>" << true;
-    QTest::newRow("an SVG script") << "<svg>" + run + "</svg>" << true;
-    QTest::newRow("a script in a template") << "<template>" + run + "</template>" << false;
-    QTest::newRow("a script in noscript") << "<noscript>" + run + "</noscript>" << false;
-}
-
-void tst_RunParity::scriptsThatRun()
-{
-    QFETCH(QByteArray, body);
-    QFETCH(bool, runs);
-    QTemporaryDir dir;
-    QFile page(dir.filePath(QStringLiteral("page.html")));
-    QVERIFY(page.open(QIODevice::WriteOnly));
-    const QByteArray html = "<!DOCTYPE html><html><head><title>t</title></head>" + body + "</html>";
-    page.write(html);
-    page.close();
-    const DocumentPtr live = browser().load(PageSource::fromArgument(page.fileName()));
-    QCOMPARE(!live->attribute(live->documentElement(), QStringLiteral("data-ran")).isNull(), runs);
-    QCOMPARE(runsScriptsOnLoad(*live), runs);
-    QCOMPARE(runsScriptsOnLoad(*parseHtmlDocument(html, QString())), runs);
 }
 
 QTEST_MAIN(tst_RunParity)

@@ -1,5 +1,6 @@
 #include "document/document.h"
 #include "document/textcase.h"
+#include "datatable.h"
 
 #include <QtTest>
 
@@ -10,64 +11,57 @@ class tst_Document : public QObject
     Q_OBJECT
 
 private slots:
-    void upperCaseKeepsLength_data();
-    void upperCaseKeepsLength();
-    void elementsNameRangesOfOneText();
-    void textAppendedFromItself();
+    void upperCaseKeepsLength_data()
+    {
+        addColumns<QString, QString>("text", "upper");
+        QTest::newRow("ASCII") << u"Price: 12 x"_s << u"PRICE: 12 X"_s;
+        QTest::newRow("Latin-1") << u"caf\u00e9 \u00ff"_s << u"CAF\u00c9 \u0178"_s;
+        QTest::newRow("sharp s stays") << u"stra\u00dfe"_s << u"STRA\u00dfE"_s;
+        QTest::newRow("ligature stays") << u"\ufb01x"_s << u"\ufb01X"_s;
+        QTest::newRow("dotless i and long s") << u"\u0131\u017f"_s << u"IS"_s;
+        QTest::newRow("final sigma; iota below stays") << u"\u03c2\u1fb3"_s << u"\u03a3\u1fb3"_s;
+        QTest::newRow("a pair past U+FFFF") << u"a\U00010428b"_s << u"A\U00010400B"_s;
+        QTest::newRow("long text, ASCII runs around others")
+            << u"harbour `lane` {books} and caf\u00e9s; a pair \U00010428 across runs: the end ~"_s
+            << u"HARBOUR `LANE` {BOOKS} AND CAF\u00c9S; A PAIR \U00010400 ACROSS RUNS: THE END ~"_s;
+        QTest::newRow("unpaired surrogates kept") << u"a\xd801" "b\xdc28"_s << u"A\xd801" "B\xdc28"_s;
+    }
+
+    void upperCaseKeepsLength()
+    {
+        const auto [text, upper] = fetchRow<QString, QString>("text", "upper");
+        QCOMPARE(toUpperKeepingLength(text), upper);
+    }
+
+    void elementsNameRangesOfOneText()
+    {
+        Document document;
+        QCOMPARE(document.append({u"P"_s, -1}, u"Stra\u00dfe"), 0);
+        QCOMPARE(document.append({u"BR"_s, 0}), 1);
+        Document::Element shared{u"B"_s, 0};
+        shared.innerText = {2, 3};
+        document.elements.append(shared);
+        QCOMPARE(document.innerText(0), u"Stra\u00dfe");
+        QCOMPARE(document.upperInnerText(0), u"STRA\u00dfE");
+        QVERIFY(document.innerText(1).isEmpty());
+        QCOMPARE(document.innerText(2), u"ra\u00df");
+        QCOMPARE(document.upperInnerText(2), u"RA\u00df");
+        QCOMPARE(document.text(), u"Stra\u00dfe");
+    }
+
+    void textAppendedFromItself()
+    {
+        Document document;
+        document.appendText(u"ab");
+        // Each append outgrows the text, so a view of it would dangle if read after the append.
+        for (int i = 0; i < 12; ++i)
+            document.appendText(document.text());
+        QCOMPARE(document.text().size(), 2 << 12);
+        document.append({u"P"_s, -1}, QStringView(document.text()).first(4));
+        QCOMPARE(document.innerText(0), u"abab");
+        QCOMPARE(document.upperInnerText(0), u"ABAB");
+    }
 };
-
-void tst_Document::upperCaseKeepsLength_data()
-{
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QString>("upper");
-    QTest::newRow("ASCII") << u"Price: 12 x"_s << u"PRICE: 12 X"_s;
-    QTest::newRow("Latin-1") << u"caf\u00e9 \u00ff"_s << u"CAF\u00c9 \u0178"_s;
-    QTest::newRow("sharp s stays") << u"stra\u00dfe"_s << u"STRA\u00dfE"_s;
-    QTest::newRow("ligature stays") << u"\ufb01x"_s << u"\ufb01X"_s;
-    QTest::newRow("dotless i and long s") << u"\u0131\u017f"_s << u"IS"_s;
-    QTest::newRow("final sigma; iota below stays") << u"\u03c2\u1fb3"_s << u"\u03a3\u1fb3"_s;
-    QTest::newRow("a pair past U+FFFF") << u"a\U00010428b"_s << u"A\U00010400B"_s;
-    QTest::newRow("long text, ASCII runs around others")
-        << u"harbour `lane` {books} and caf\u00e9s; a pair \U00010428 across runs: the end ~"_s
-        << u"HARBOUR `LANE` {BOOKS} AND CAF\u00c9S; A PAIR \U00010400 ACROSS RUNS: THE END ~"_s;
-    QTest::newRow("unpaired surrogates kept") << u"a\xd801" "b\xdc28"_s << u"A\xd801" "B\xdc28"_s;
-}
-
-void tst_Document::upperCaseKeepsLength()
-{
-    QFETCH(QString, text);
-    QFETCH(QString, upper);
-    QCOMPARE(toUpperKeepingLength(text), upper);
-}
-
-void tst_Document::elementsNameRangesOfOneText()
-{
-    Document document;
-    QCOMPARE(document.append({u"P"_s, -1}, u"Stra\u00dfe"), 0);
-    QCOMPARE(document.append({u"BR"_s, 0}), 1);
-    Document::Element shared{u"B"_s, 0};
-    shared.innerText = {2, 3};
-    document.elements.append(shared);
-    QCOMPARE(document.innerText(0), u"Stra\u00dfe");
-    QCOMPARE(document.upperInnerText(0), u"STRA\u00dfE");
-    QVERIFY(document.innerText(1).isEmpty());
-    QCOMPARE(document.innerText(2), u"ra\u00df");
-    QCOMPARE(document.upperInnerText(2), u"RA\u00df");
-    QCOMPARE(document.text(), u"Stra\u00dfe");
-}
-
-void tst_Document::textAppendedFromItself()
-{
-    Document document;
-    document.appendText(u"ab");
-    // Each append outgrows the text, so a view of it would dangle if read after the append.
-    for (int i = 0; i < 12; ++i)
-        document.appendText(document.text());
-    QCOMPARE(document.text().size(), 2 << 12);
-    document.append({u"P"_s, -1}, QStringView(document.text()).first(4));
-    QCOMPARE(document.innerText(0), u"abab");
-    QCOMPARE(document.upperInnerText(0), u"ABAB");
-}
 
 QTEST_APPLESS_MAIN(tst_Document)
 #include "tst_document.moc"

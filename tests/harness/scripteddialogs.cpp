@@ -5,12 +5,14 @@
 #include <QTest>
 #include <QWidget>
 
+using namespace Qt::StringLiterals;
+
 ScriptedDialogs::ScriptedDialogs()
 {
     Dialogs::setMessageBoxResponder([this](const Dialogs::MessageBoxCall &call) {
         m_messageBoxes.append(call);
         if (m_messageAnswers.isEmpty()) {
-            m_unexpected.append(QStringLiteral("message box: ") + call.text);
+            m_unexpected.append(u"message box: "_s + call.text);
             return int(Dialogs::Cancel);
         }
         return m_messageAnswers.dequeue();
@@ -18,7 +20,7 @@ ScriptedDialogs::ScriptedDialogs()
     Dialogs::setInputBoxResponder([this](const Dialogs::InputBoxCall &call) {
         m_inputBoxes.append(call);
         if (m_inputAnswers.isEmpty()) {
-            m_unexpected.append(QStringLiteral("input box: ") + call.prompt);
+            m_unexpected.append(u"input box: "_s + call.prompt);
             return QString();
         }
         return m_inputAnswers.dequeue();
@@ -26,14 +28,14 @@ ScriptedDialogs::ScriptedDialogs()
     Dialogs::setModalHook([this](QWidget *window) {
         m_modalWindows.append(window->objectName());
         if (m_modalActions.isEmpty()) {
-            m_unexpected.append(QStringLiteral("modal window: ") + window->objectName());
+            m_unexpected.append(u"modal window: "_s + window->objectName());
             window->hide();
             return;
         }
         const ModalAction next = m_modalActions.dequeue();
         next.action(window);
         if (next.closes && window->isVisible()) {
-            m_unexpected.append(QStringLiteral("still open after its action: ") + window->objectName());
+            m_unexpected.append(u"still open after its action: "_s + window->objectName());
             window->hide();
         }
     });
@@ -49,20 +51,20 @@ ScriptedDialogs::~ScriptedDialogs()
 void ScriptedDialogs::answerPrompt(const QString &value)
 {
     onModal([value](QWidget *window) {
-        auto *box = window->findChild<QLineEdit *>(QStringLiteral("txtValue"));
+        auto *box = window->findChild<QLineEdit *>(u"txtValue"_s);
         QVERIFY(box);
         box->selectAll();
         QTest::keyClicks(box, value);
         if (value.isEmpty())
             box->clear();
-        QTest::mouseClick(window->findChild<QPushButton *>(QStringLiteral("cmdFinish")), Qt::LeftButton);
+        QTest::mouseClick(window->findChild<QPushButton *>(u"cmdFinish"_s), Qt::LeftButton);
     });
 }
 
 void ScriptedDialogs::cancelPrompt()
 {
     onModal([](QWidget *window) {
-        QTest::mouseClick(window->findChild<QPushButton *>(QStringLiteral("cmdCancel")), Qt::LeftButton);
+        QTest::mouseClick(window->findChild<QPushButton *>(u"cmdCancel"_s), Qt::LeftButton);
     });
 }
 
@@ -73,9 +75,9 @@ bool ScriptedDialogs::done() const
 
 QString ScriptedDialogs::pending() const
 {
-    return QStringLiteral("unused answers: %1 message, %2 input, %3 modal; unexpected: %4")
+    return u"unused answers: %1 message, %2 input, %3 modal; unexpected: %4"_s
         .arg(m_messageAnswers.size())
         .arg(m_inputAnswers.size())
         .arg(m_modalActions.size())
-        .arg(m_unexpected.join(QStringLiteral("; ")));
+        .arg(m_unexpected.join(u"; "_s));
 }

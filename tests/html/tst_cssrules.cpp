@@ -1,4 +1,5 @@
 #include "html/cssrules.h"
+#include "datatable.h"
 
 #include <QtTest>
 
@@ -9,31 +10,26 @@ class tst_CssRules : public QObject
     Q_OBJECT
 
 private slots:
-    void textRules_data();
-    void textRules();
+    void textRules_data()
+    {
+        addColumns<QByteArray, QByteArray>("css", "rules");
+        QTest::newRow("only rules that matter, in order")
+            << QByteArray(".a { color: red } .b { DISPLAY: none } .c { float: left }") << QByteArray(" .b { DISPLAY: none }\n .c { float: left }\n");
+        QTest::newRow("at-rules with their blocks")
+            << QByteArray("@import url(x.css); @media screen { .a { display: none } } .b { display: none }")
+            << QByteArray(" .b { display: none }\n");
+        QTest::newRow("braces in strings and comments")
+            << QByteArray(".a { content: \"}\"; display: none } /* } .x { display: none } */ .b { color: blue }")
+            << QByteArray(".a { content: \"}\"; display: none }\n");
+        QTest::newRow("an unclosed block runs to the end") << QByteArray(".a { display: none") << QByteArray(".a { display: none\n");
+    }
+
+    void textRules()
+    {
+        const auto [css, rules] = fetchRow<QByteArray, QByteArray>("css", "rules");
+        QCOMPARE(CssRules::textRules(css), rules);
+    }
 };
-
-void tst_CssRules::textRules_data()
-{
-    QTest::addColumn<QByteArray>("css");
-    QTest::addColumn<QByteArray>("rules");
-    QTest::newRow("only rules that matter, in order")
-        << QByteArray(".a { color: red } .b { DISPLAY: none } .c { float: left }") << QByteArray(" .b { DISPLAY: none }\n .c { float: left }\n");
-    QTest::newRow("at-rules with their blocks")
-        << QByteArray("@import url(x.css); @media screen { .a { display: none } } .b { display: none }")
-        << QByteArray(" .b { display: none }\n");
-    QTest::newRow("braces in strings and comments")
-        << QByteArray(".a { content: \"}\"; display: none } /* } .x { display: none } */ .b { color: blue }")
-        << QByteArray(".a { content: \"}\"; display: none }\n");
-    QTest::newRow("an unclosed block runs to the end") << QByteArray(".a { display: none") << QByteArray(".a { display: none\n");
-}
-
-void tst_CssRules::textRules()
-{
-    QFETCH(QByteArray, css);
-    QFETCH(QByteArray, rules);
-    QCOMPARE(CssRules::textRules(css), rules);
-}
 
 QTEST_APPLESS_MAIN(tst_CssRules)
 #include "tst_cssrules.moc"

@@ -1,6 +1,7 @@
 #include "html/htmldocument.h"
 #include "html/pagereaderror.h"
 #include "document/textcase.h"
+#include "datatable.h"
 
 #include <QtTest>
 
@@ -12,7 +13,7 @@ namespace {
 
 DocumentPtr parse(const QByteArray &html, const ParseLimits &limits = {})
 {
-    return parseHtmlDocument(html, QStringLiteral("https://example.test/page"), limits);
+    return parseHtmlDocument(html, u"https://example.test/page"_s, limits);
 }
 
 int firstWithTag(const Document &document, const QString &tagName)
@@ -58,420 +59,321 @@ class tst_HtmlDocument : public QObject
     Q_OBJECT
 
 private slots:
-    void elements_data();
-    void elements();
-    void attributes_data();
-    void attributes();
-    void childNodes_data();
-    void childNodes();
-    void longTextIsSplit_data();
-    void longTextIsSplit();
-    void innerText_data();
-    void innerText();
-    void textIsWrittenOnce_data();
-    void textIsWrittenOnce();
-    void title_data();
-    void title();
-    void deepNestingIsFlattened();
-    void textAroundAMovedElementMerges();
-    void deepNestingIsRefused();
-    void impliedEndTagsAreNotRefused_data();
-    void impliedEndTagsAreNotRefused();
-    void limits_data();
-    void limits();
-    void invalidUtf8IsReplaced();
+    void elements_data()
+    {
+        addColumns<QByteArray, QString, QString>("html", "tags", "parents");
+        QTest::newRow("implied html, head and body") << QByteArray("<p>x") << u"HTML HEAD BODY P"_s << u"-1 0 0 2"_s;
+        QTest::newRow("head content stays in head")
+            << QByteArray("<title>t</title><meta charset=utf-8><div></div>") << u"HTML HEAD TITLE META BODY DIV"_s << u"-1 0 1 1 0 4"_s;
+        QTest::newRow("svg names in svg case") << QByteArray("<svg><linearGradient/><foreignObject><div></div></foreignObject></svg>")
+            << u"HTML HEAD BODY svg linearGradient foreignObject DIV"_s << u"-1 0 0 2 3 3 5"_s;
+        QTest::newRow("mathml lower case") << QByteArray("<math><MI>x</MI></math>") << u"HTML HEAD BODY math mi"_s << u"-1 0 0 2 3"_s;
+        QTest::newRow("custom and unknown elements upper case")
+            << QByteArray("<My-Widget><blink>b</blink></my-widget>") << u"HTML HEAD BODY MY-WIDGET BLINK"_s << u"-1 0 0 2 3"_s;
+        QTest::newRow("template content left out") << QByteArray("<i>x</i><template><p>no</p></template>")
+                                                   << u"HTML HEAD BODY I TEMPLATE"_s << u"-1 0 0 2 2"_s;
+        QTest::newRow("table gets an implied tbody") << QByteArray("<table><tr><td>1</table>")
+                                                     << u"HTML HEAD BODY TABLE TBODY TR TD"_s << u"-1 0 0 2 3 4 5"_s;
+        QTest::newRow("misplaced div moves before the table")
+            << QByteArray("<table><div>d</div><tr><td>1</table>") << u"HTML HEAD BODY DIV TABLE TBODY TR TD"_s << u"-1 0 0 2 2 4 5 6"_s;
+        QTest::newRow("image becomes IMG") << QByteArray("<image src=a.png>") << u"HTML HEAD BODY IMG"_s << u"-1 0 0 2"_s;
+        QTest::newRow("noscript holds text, not elements")
+            << QByteArray("<p>before</p><noscript><img src=x></noscript><p>after") << u"HTML HEAD BODY P NOSCRIPT P"_s << u"-1 0 0 2 2 2"_s;
+        QTest::newRow("noscript in svg is markup") << QByteArray("<svg><noscript><g/></noscript></svg>")
+                                                   << u"HTML HEAD BODY svg noscript g"_s << u"-1 0 0 2 3 4"_s;
+        QTest::newRow("empty page") << QByteArray() << u"HTML HEAD BODY"_s << u"-1 0 0"_s;
+    }
+
+    void elements()
+    {
+        const auto [html, tags, parents] = fetchRow<QByteArray, QString, QString>("html", "tags", "parents");
+        const DocumentPtr document = parse(html);
+        QCOMPARE(tagNames(*document), tags);
+        QCOMPARE(::parents(*document), parents);
+        QCOMPARE(document->url, u"https://example.test/page"_s);
+        QVERIFY(!document->cut);
+    }
+
+    void attributes_data()
+    {
+        addColumns<QByteArray, QString, QString, QString>("html", "tag", "attributes", "id");
+        QTest::newRow("page order, names lower case") << QByteArray("<div B=1 a='2' C=\"3\" ID=top>") << u"DIV"_s
+                                                      << u"b=1|a=2|c=3|id=top"_s << u"top"_s;
+        QTest::newRow("a repeated name keeps the first") << QByteArray("<div a=1 a=2>") << u"DIV"_s << u"a=1"_s << QString();
+        QTest::newRow("values decoded") << QByteArray("<a href=\"?x=1&amp;y=2\" title=&lt;b&gt; hidden>") << u"A"_s
+                                        << u"href=?x=1&y=2|title=<b>|hidden="_s << QString();
+        QTest::newRow("svg attribute case") << QByteArray("<svg viewbox='0 0 1 1' id=pic>") << u"svg"_s
+                                            << u"viewBox=0 0 1 1|id=pic"_s << u"pic"_s;
+        QTest::newRow("namespace prefixes kept") << QByteArray("<svg xmlns:xlink=u><use xlink:href='#a' xml:lang=en /></svg>") << u"use"_s
+            << u"xlink:href=#a|xml:lang=en"_s << QString();
+        QTest::newRow("later body attributes added at the end") << QByteArray("<body a=1><p><body b=2 a=3>")
+                                                                << u"BODY"_s << u"a=1|b=2"_s << QString();
+    }
+
+    void attributes()
+    {
+        const auto [html, tag, attributes, id] = fetchRow<QByteArray, QString, QString, QString>("html", "tag", "attributes", "id");
+        const DocumentPtr document = parse(html);
+        const int element = firstWithTag(*document, tag);
+        QVERIFY(element >= 0);
+        QStringList list;
+        for (const Document::Attribute &attribute : document->item(element).attributes)
+            list.append(attribute.name + u'=' + attribute.value);
+        QCOMPARE(list.join(u'|'), attributes);
+        QCOMPARE(document->item(element).id, id);
+    }
+
+    void childNodes_data()
+    {
+        addColumns<QByteArray, QString, QString>("html", "tag", "children");
+        QTest::newRow("elements and text in order") << QByteArray("<p>a<b>b</b>c</p>") << u"P"_s << u"'a'|B|'c'"_s;
+        QTest::newRow("comments left out, texts stay apart") << QByteArray("<p>a<!--x-->b<!--y--><i></i></p>") << u"P"_s << u"'a'|'b'|I"_s;
+        QTest::newRow("text moved before a table joins the text there")
+            << QByteArray("<div>0<table>a<tr>b<td>c</td></tr></table></div>") << u"DIV"_s << u"'0ab'|TABLE"_s;
+        QTest::newRow("CDATA joins the text around it") << QByteArray("<svg><text>a<![CDATA[<b>]]>c</text></svg>") << u"text"_s << u"'a<b>c'"_s;
+        QTest::newRow("references decoded") << QByteArray("<p>&lt;&amp;&#x41;&copy</p>") << u"P"_s << u"'<&A\u00a9'"_s;
+        QTest::newRow("white space kept") << QByteArray("<ul>\n <li>x</li>\n</ul>") << u"UL"_s << u"'\n '|LI|'\n'"_s;
+        QTest::newRow("noscript text raw") << QByteArray("<noscript><a href=x>&amp;</a></noscript>") << u"NOSCRIPT"_s
+                                           << u"'<a href=x>&amp;</a>'"_s;
+        QTest::newRow("noscript in head") << QByteArray("<head><noscript><style>s</style></noscript></head>")
+                                          << u"NOSCRIPT"_s << u"'<style>s</style>'"_s;
+    }
+
+    void childNodes()
+    {
+        const auto [html, tag, children] = fetchRow<QByteArray, QString, QString>("html", "tag", "children");
+        const DocumentPtr document = parse(html);
+        const int element = firstWithTag(*document, tag);
+        QVERIFY(element >= 0);
+        QCOMPARE(childList(*document, element), children);
+    }
+
+    void longTextIsSplit_data()
+    {
+        addColumns<QByteArray, QString, QList<int>>("html", "tag", "sizes");
+        const QByteArray text = repeated("a", 70000);
+        QTest::newRow("text past 65536 characters splits") << "<p>" + text + "</p>" << u"P"_s << QList<int>{65536, 4464};
+        QTest::newRow("a script is one text") << "<script>" + text + "</script>" << u"SCRIPT"_s << QList<int>{70000};
+        QTest::newRow("a surrogate pair stays whole")
+            << "<p>" + repeated("a", 65535) + "\xF0\x9F\x98\x80" + "b</p>" << u"P"_s << QList<int>{65535, 3};
+    }
+
+    void longTextIsSplit()
+    {
+        const auto [html, tag, sizes] = fetchRow<QByteArray, QString, QList<int>>("html", "tag", "sizes");
+        const DocumentPtr document = parse(html);
+        QList<int> actual;
+        for (const Document::ChildNode &child : document->item(firstWithTag(*document, tag)).children)
+            actual.append(int(child.text.size()));
+        QCOMPARE(actual, sizes);
+    }
+
+    void innerText_data()
+    {
+        addColumns<QByteArray, QString, QString>("html", "tag", "text");
+        QTest::newRow("inline elements run together") << QByteArray("<div>a<b>b</b><i>c</i></div>") << u"DIV"_s << u"abc"_s;
+        QTest::newRow("spaces collapse across inline elements")
+            << QByteArray("<div>\n  one  <span> two </span>\tthree \n</div>") << u"DIV"_s << u"one two three"_s;
+        QTest::newRow("a span gives its collapsed text") << QByteArray("<p>a <span> b</span></p>") << u"SPAN"_s << u"b"_s;
+        QTest::newRow("div gives one line break") << QByteArray("<body>a<div>b</div>c") << u"BODY"_s << u"a\nb\nc"_s;
+        QTest::newRow("p gives two line breaks") << QByteArray("a<p>b</p>  <p>c</p>d") << u"BODY"_s << u"a\n\nb\n\nc\n\nd"_s;
+        QTest::newRow("nested blocks collapse their breaks")
+            << QByteArray("<div><div><p>a</p></div></div><div><div>b</div></div>") << u"BODY"_s << u"a\n\nb"_s;
+        QTest::newRow("breaks at the ends dropped") << QByteArray("<div><p>x</p></div>") << u"DIV"_s << u"x"_s;
+        QTest::newRow("a line break beside a zero width space goes") << QByteArray("<p>a\xE2\x80\x8B\nb c\n\xE2\x80\x8B" "d</p>")
+                                                                     << u"P"_s << u"a\u200bb c\u200bd"_s;
+        QTest::newRow("headings and list items") << QByteArray("<h1>T</h1><ul><li>a</li> <li>b</li></ul>") << u"BODY"_s << u"T\na\nb"_s;
+        QTest::newRow("br gives a newline, spaces around it go") << QByteArray("<div>x <br> y<br></div>") << u"DIV"_s << u"x\ny\n"_s;
+        QTest::newRow("table cells tab, rows newline")
+            << QByteArray("<table><tr><td> 1 </td><td>2</td></tr><tr><td>3<td>4</table>") << u"TABLE"_s << u"1\t2\n3\t4"_s;
+        QTest::newRow("rows across row groups")
+            << QByteArray("<table><thead><tr><th>H</th></tr></thead><tbody><tr><td>1</td></tr></tbody></table>x") << u"BODY"_s << u"H\n1\nx"_s;
+        QTest::newRow("pre keeps white space") << QByteArray("<pre>  a\n\tb  </pre>") << u"PRE"_s << u"  a\n\tb  "_s;
+        QTest::newRow("hidden elements left out") << QByteArray("<div>a<span hidden>h</span>b</div>") << u"DIV"_s << u"ab"_s;
+        QTest::newRow("a hidden element gives its text content") << QByteArray("<div hidden> a  <b>b</b></div>") << u"DIV"_s << u" a  b"_s;
+        QTest::newRow("script and style left out")
+            << QByteArray("<div>a<script>var s;</script><style>p{}</style>b</div>") << u"DIV"_s << u"ab"_s;
+        QTest::newRow("head gives its text content") << QByteArray("<title>T</title><style>p{}</style><p>x") << u"HEAD"_s << u"Tp{}"_s;
+        QTest::newRow("html leaves the head out") << QByteArray("<title>T</title><p>x") << u"HTML"_s << u"x"_s;
+        QTest::newRow("noscript left out") << QByteArray("<div>a<noscript>n</noscript>b</div>") << u"DIV"_s << u"ab"_s;
+        QTest::newRow("select lists its options") << QByteArray("x<select><option> A  1<option>B</select>y") << u"BODY"_s << u"x\nA 1\nB\ny"_s;
+        QTest::newRow("closed details shows its summary")
+            << QByteArray("<details><summary>S</summary>body<p>more</p></details>") << u"BODY"_s << u"S"_s;
+        QTest::newRow("open details shows all") << QByteArray("<details open><summary>S</summary>body</details>") << u"BODY"_s << u"S\nbody"_s;
+        QTest::newRow("control values left out") << QByteArray("a<textarea>t</textarea><input value=v>b") << u"BODY"_s << u"ab"_s;
+        QTest::newRow("spaces around an image both stay") << QByteArray("<p>a <img src=x> b</p>") << u"P"_s << u"a  b"_s;
+        QTest::newRow("button text inline") << QByteArray("a<button> b </button>c") << u"BODY"_s << u"abc"_s;
+        QTest::newRow("svg elements have none") << QByteArray("<svg><text>s</text></svg>") << u"text"_s << QString();
+        QTest::newRow("in a hidden element, its text content") << QByteArray("<div hidden>a<p> b <i>c</i></p></div>") << u"P"_s << u" b c"_s;
+        QTest::newRow("a script in an option") << QByteArray("<option>x<script>s</script></option>") << u"SCRIPT"_s << u"s"_s;
+        QTest::newRow("an option reads SVG in it") << QByteArray("<option>a<svg><text>b</text></svg></option>") << u"OPTION"_s << u"ab"_s;
+        QTest::newRow("an option of a list box, collapsed") << QByteArray("<select size=2><option> a \n b </select>")
+                                                            << u"OPTION"_s << u"a b"_s;
+        QTest::newRow("an option of a drop-down, as it is") << QByteArray("<select size=1><option> a \n b </select>")
+                                                            << u"OPTION"_s << u" a \n b "_s;
+        QTest::newRow("an optgroup of a list box, text around its options")
+            << QByteArray("<select multiple><optgroup label=g>ab<option>1</option>cd</optgroup><option>2</select>")
+            << u"OPTGROUP"_s << u"ab\n1\ncd"_s;
+        QTest::newRow("the list box leaves that text out")
+            << QByteArray("<select multiple><optgroup label=g>ab<option>1</option>cd</optgroup><option>2</select>") << u"SELECT"_s << u"1\n2"_s;
+    }
+
+    void innerText()
+    {
+        const auto [html, tag, text] = fetchRow<QByteArray, QString, QString>("html", "tag", "text");
+        const DocumentPtr document = parse(html);
+        const int element = firstWithTag(*document, tag);
+        QVERIFY(element >= 0);
+        QCOMPARE(document->innerText(element), text);
+        QCOMPARE(document->upperInnerText(element), toUpperKeepingLength(text));
+    }
+
+    // The page's rendered text, then the text content of each hidden subtree: every element's
+    // innerText is a part of it.
+    void textIsWrittenOnce_data()
+    {
+        addColumns<QByteArray, QString>("html", "text");
+        QTest::newRow("nested elements share it") << QByteArray("<div><div><p>a</p>b</div></div>") << u"a\n\nb"_s;
+        QTest::newRow("as deep as it goes") << repeated("<div>x", 2000) << QString(u"x\n"_s.repeated(2000)).chopped(1);
+        QTest::newRow("hidden subtrees after it, each once")
+            << QByteArray("<title>T</title><style>s</style><p>x<span hidden>h<b>i</b></span>") << u"xTshi"_s;
+        QTest::newRow("hidden SVG has no innerText to keep") << QByteArray("<svg><style>s</style></svg>x") << u"x"_s;
+        QTest::newRow("an optgroup's own text after it")
+            << QByteArray("<select multiple><optgroup>ab<option>1</optgroup></select>") << u"1ab\n1"_s;
+    }
+
+    void textIsWrittenOnce()
+    {
+        const auto [html, text] = fetchRow<QByteArray, QString>("html", "text");
+        QCOMPARE(parse(html)->text(), text);
+    }
+
+    void title_data()
+    {
+        addColumns<QByteArray, QString>("html", "title");
+        QTest::newRow("stripped and collapsed") << QByteArray("<title>\n  Harbour   Lane\tBooks </title>") << u"Harbour Lane Books"_s;
+        QTest::newRow("the first title counts") << QByteArray("<title>one</title><title>two</title>") << u"one"_s;
+        QTest::newRow("svg title does not count") << QByteArray("<svg><title>pic</title></svg><title>page</title>") << u"page"_s;
+        QTest::newRow("no-break space kept") << QByteArray("<title>a\xC2\xA0 b</title>") << u"a\u00a0 b"_s;
+        QTest::newRow("references decoded, tags are text") << QByteArray("<title>&lt;b&gt; <i></title>") << u"<b> <i>"_s;
+        QTest::newRow("no title") << QByteArray("<p>x") << QString();
+    }
+
+    void title()
+    {
+        const auto [html, title] = fetchRow<QByteArray, QString>("html", "title");
+        QCOMPARE(parse(html)->title, title);
+    }
+
+    void deepNestingIsFlattened()
+    {
+        const DocumentPtr document = parse(repeated("<div>", 600) + "deep" + repeated("</div>", 600) + "<p>after</p>");
+        // html, head, body, 600 divs, p: document order is kept.
+        QCOMPARE(document->length(), 604);
+        QCOMPARE(document->item(603).tagName, u"P"_s);
+        QCOMPARE(document->item(603).parent, 2);
+        // The div at depth 512 (html = 1) holds the one below it and every deeper one after it.
+        for (int i = 3; i <= 512; ++i)
+            QCOMPARE(document->item(i).parent, i == 3 ? 2 : i - 1);
+        for (int i = 513; i < 603; ++i)
+            QCOMPARE(document->item(i).parent, 512);
+        QCOMPARE(document->item(512).children.size(), 90);
+        QCOMPARE(document->item(512).children.last().element, 602);
+        QCOMPARE(childList(*document, 602), u"'deep'"_s);
+        QCOMPARE(document->innerText(3), u"deep"_s);
+    }
+
+    void textAroundAMovedElementMerges()
+    {
+        // The 513th div is at depth 515; the div inside it moves up to the div at depth 512, so
+        // the text before and after that div is one text node.
+        const DocumentPtr document = parse(repeated("<div>", 513) + "pre<div>x</div>tail");
+        QCOMPARE(document->length(), 517);
+        QCOMPARE(childList(*document, 515), u"'pretail'"_s);
+        QCOMPARE(document->item(516).parent, 512);
+        QCOMPARE(childList(*document, 512), u"DIV|DIV|DIV|DIV"_s);
+    }
+
+    void deepNestingIsRefused()
+    {
+        try {
+            parse(repeated("<div>", 40000));
+            QFAIL("a page nesting 40,000 deep was read");
+        } catch (const PageReadError &error) {
+            QCOMPARE(error.number(), ErrorNumber::Overflow);
+            QCOMPARE(error.description(), u"the page nests elements 40,002 deep; at most 10,000 can be read"_s);
+        }
+    }
+
+    void impliedEndTagsAreNotRefused_data()
+    {
+        addColumns<QByteArray, QString, int>("html", "tag", "count");
+        QTest::newRow("li") << "<ul>" + repeated("<li><a href=x>item", 20000) << u"LI"_s << 20000;
+        QTest::newRow("p") << repeated("<p>para <b>bold</b>", 20000) << u"P"_s << 20000;
+        QTest::newRow("td") << "<table>" + repeated("<tr><td>a<td><div>b", 10000) << u"TD"_s << 20000;
+        QTest::newRow("option") << "<select>" + repeated("<option>o", 20000) << u"OPTION"_s << 20000;
+        QTest::newRow("dt and dd") << "<dl>" + repeated("<dt>t<dd>d", 10000) << u"DD"_s << 10000;
+        QTest::newRow("unclosed links") << repeated("<a href=x>link", 20000) << u"A"_s << 20000;
+    }
+
+    void impliedEndTagsAreNotRefused()
+    {
+        const auto [html, tag, count] = fetchRow<QByteArray, QString, int>("html", "tag", "count");
+        const DocumentPtr document = parse(html);
+        const auto found = std::count_if(document->elements.cbegin(), document->elements.cend(),
+                                         [&](const Document::Element &element) { return element.tagName == tag; });
+        QCOMPARE(int(found), count);
+    }
+
+    void limits_data()
+    {
+        addColumns<QByteArray, ParseLimits, QString, int, bool>("html", "limits", "error", "elements", "cut");
+        ParseLimits small;
+        small.maxInputBytes = 10;
+        QTest::newRow("too large") << QByteArray("<p>eleven b") << small
+                                   << u"the page is 11 bytes long; at most 10 can be read"_s << 0 << false;
+        ParseLimits shallow;
+        shallow.maxDepth = 8;
+        QTest::newRow("too deep") << repeated("<section>", 7) << shallow
+                                  << u"the page nests elements 9 deep; at most 8 can be read"_s << 0 << false;
+        QTest::newRow("closed elements are not deep") << repeated("<section></section>", 50) << shallow << QString() << 53 << false;
+        ParseLimits few;
+        few.maxElements = 6;
+        QTest::newRow("elements past the cap cut off") << repeated("<p>x", 10) << few << QString() << 6 << true;
+        few.maxDepth = 20; // the page is cut before the parser reads what would nest too deep
+        QTest::newRow("what follows the cap is not read") << repeated("<p>x", 10) + repeated("<section>", 30) << few << QString() << 6 << true;
+        QTest::newRow("a list ends a list item's scope") << repeated("<li><ul></li>", 5) << shallow
+                                                         << u"the page nests elements 12 deep; at most 8 can be read"_s << 0 << false;
+        ParseLimits little;
+        little.maxTextChars = 20;
+        QTest::newRow("nested text counts once") << QByteArray("<div><div><p>0123456789</p></div></div>") << little << QString() << 6 << false;
+        QTest::newRow("hidden text counts") << QByteArray("<title>0123456789</title><p>0123456789x") << little
+                                            << u"the page's text exceeds 20 characters"_s << 0 << false;
+    }
+
+    void limits()
+    {
+        const auto [html, limits, error, elements, cut] =
+            fetchRow<QByteArray, ParseLimits, QString, int, bool>("html", "limits", "error", "elements", "cut");
+        try {
+            const DocumentPtr document = parse(html, limits);
+            QVERIFY2(error.isEmpty(), "no error raised");
+            QCOMPARE(document->length(), elements);
+            QCOMPARE(document->cut, cut);
+            if (cut)
+                QCOMPARE(document->cutReason, u"the page has more than 6 elements; the first 6 were read"_s);
+        } catch (const PageReadError &raised) {
+            QVERIFY2(!error.isEmpty() && raised.description().startsWith(error), raised.what());
+        }
+    }
+
+    void invalidUtf8IsReplaced()
+    {
+        const DocumentPtr document = parse("\xEF\xBB\xBF<p>a\xFF" "b\xC3</p>");
+        QCOMPARE(tagNames(*document), u"HTML HEAD BODY P"_s);
+        QCOMPARE(childList(*document, 3), u"'a\ufffdb\ufffd'"_s);
+    }
 };
-
-void tst_HtmlDocument::elements_data()
-{
-    QTest::addColumn<QByteArray>("html");
-    QTest::addColumn<QString>("tags");
-    QTest::addColumn<QString>("parents");
-    QTest::newRow("implied html, head and body") << QByteArray("<p>x") << u"HTML HEAD BODY P"_s << u"-1 0 0 2"_s;
-    QTest::newRow("head content stays in head")
-        << QByteArray("<title>t</title><meta charset=utf-8><div></div>") << u"HTML HEAD TITLE META BODY DIV"_s
-        << u"-1 0 1 1 0 4"_s;
-    QTest::newRow("svg names in svg case")
-        << QByteArray("<svg><linearGradient/><foreignObject><div></div></foreignObject></svg>")
-        << u"HTML HEAD BODY svg linearGradient foreignObject DIV"_s << u"-1 0 0 2 3 3 5"_s;
-    QTest::newRow("mathml lower case") << QByteArray("<math><MI>x</MI></math>") << u"HTML HEAD BODY math mi"_s
-                                       << u"-1 0 0 2 3"_s;
-    QTest::newRow("custom and unknown elements upper case")
-        << QByteArray("<My-Widget><blink>b</blink></my-widget>") << u"HTML HEAD BODY MY-WIDGET BLINK"_s
-        << u"-1 0 0 2 3"_s;
-    QTest::newRow("template content left out") << QByteArray("<i>x</i><template><p>no</p></template>")
-                                               << u"HTML HEAD BODY I TEMPLATE"_s << u"-1 0 0 2 2"_s;
-    QTest::newRow("table gets an implied tbody") << QByteArray("<table><tr><td>1</table>")
-                                                 << u"HTML HEAD BODY TABLE TBODY TR TD"_s << u"-1 0 0 2 3 4 5"_s;
-    QTest::newRow("misplaced div moves before the table")
-        << QByteArray("<table><div>d</div><tr><td>1</table>") << u"HTML HEAD BODY DIV TABLE TBODY TR TD"_s
-        << u"-1 0 0 2 2 4 5 6"_s;
-    QTest::newRow("image becomes IMG") << QByteArray("<image src=a.png>") << u"HTML HEAD BODY IMG"_s
-                                       << u"-1 0 0 2"_s;
-    QTest::newRow("noscript holds text, not elements")
-        << QByteArray("<p>before</p><noscript><img src=x></noscript><p>after") << u"HTML HEAD BODY P NOSCRIPT P"_s
-        << u"-1 0 0 2 2 2"_s;
-    QTest::newRow("noscript in svg is markup") << QByteArray("<svg><noscript><g/></noscript></svg>")
-                                               << u"HTML HEAD BODY svg noscript g"_s << u"-1 0 0 2 3 4"_s;
-    QTest::newRow("empty page") << QByteArray() << u"HTML HEAD BODY"_s << u"-1 0 0"_s;
-}
-
-void tst_HtmlDocument::elements()
-{
-    QFETCH(QByteArray, html);
-    QFETCH(QString, tags);
-    QFETCH(QString, parents);
-    const DocumentPtr document = parse(html);
-    QCOMPARE(tagNames(*document), tags);
-    QCOMPARE(::parents(*document), parents);
-    QCOMPARE(document->url, u"https://example.test/page"_s);
-    QVERIFY(!document->cut);
-}
-
-void tst_HtmlDocument::attributes_data()
-{
-    QTest::addColumn<QByteArray>("html");
-    QTest::addColumn<QString>("tag");
-    QTest::addColumn<QString>("attributes");
-    QTest::addColumn<QString>("id");
-    QTest::newRow("page order, names lower case") << QByteArray("<div B=1 a='2' C=\"3\" ID=top>") << u"DIV"_s
-                                                  << u"b=1|a=2|c=3|id=top"_s << u"top"_s;
-    QTest::newRow("a repeated name keeps the first") << QByteArray("<div a=1 a=2>") << u"DIV"_s << u"a=1"_s
-                                                     << QString();
-    QTest::newRow("values decoded") << QByteArray("<a href=\"?x=1&amp;y=2\" title=&lt;b&gt; hidden>") << u"A"_s
-                                    << u"href=?x=1&y=2|title=<b>|hidden="_s << QString();
-    QTest::newRow("svg attribute case") << QByteArray("<svg viewbox='0 0 1 1' id=pic>") << u"svg"_s
-                                        << u"viewBox=0 0 1 1|id=pic"_s << u"pic"_s;
-    QTest::newRow("namespace prefixes kept")
-        << QByteArray("<svg xmlns:xlink=u><use xlink:href='#a' xml:lang=en /></svg>") << u"use"_s
-        << u"xlink:href=#a|xml:lang=en"_s << QString();
-    QTest::newRow("later body attributes added at the end") << QByteArray("<body a=1><p><body b=2 a=3>")
-                                                            << u"BODY"_s << u"a=1|b=2"_s << QString();
-}
-
-void tst_HtmlDocument::attributes()
-{
-    QFETCH(QByteArray, html);
-    QFETCH(QString, tag);
-    QFETCH(QString, attributes);
-    QFETCH(QString, id);
-    const DocumentPtr document = parse(html);
-    const int element = firstWithTag(*document, tag);
-    QVERIFY(element >= 0);
-    QStringList list;
-    for (const Document::Attribute &attribute : document->item(element).attributes)
-        list.append(attribute.name + u'=' + attribute.value);
-    QCOMPARE(list.join(u'|'), attributes);
-    QCOMPARE(document->item(element).id, id);
-}
-
-void tst_HtmlDocument::childNodes_data()
-{
-    QTest::addColumn<QByteArray>("html");
-    QTest::addColumn<QString>("tag");
-    QTest::addColumn<QString>("children");
-    QTest::newRow("elements and text in order") << QByteArray("<p>a<b>b</b>c</p>") << u"P"_s << u"'a'|B|'c'"_s;
-    QTest::newRow("comments left out, texts stay apart") << QByteArray("<p>a<!--x-->b<!--y--><i></i></p>")
-                                                         << u"P"_s << u"'a'|'b'|I"_s;
-    QTest::newRow("text moved before a table joins the text there")
-        << QByteArray("<div>0<table>a<tr>b<td>c</td></tr></table></div>") << u"DIV"_s << u"'0ab'|TABLE"_s;
-    QTest::newRow("CDATA joins the text around it") << QByteArray("<svg><text>a<![CDATA[<b>]]>c</text></svg>")
-                                                    << u"text"_s << u"'a<b>c'"_s;
-    QTest::newRow("references decoded") << QByteArray("<p>&lt;&amp;&#x41;&copy</p>") << u"P"_s
-                                        << u"'<&A\u00a9'"_s;
-    QTest::newRow("white space kept") << QByteArray("<ul>\n <li>x</li>\n</ul>") << u"UL"_s
-                                      << u"'\n '|LI|'\n'"_s;
-    QTest::newRow("noscript text raw") << QByteArray("<noscript><a href=x>&amp;</a></noscript>") << u"NOSCRIPT"_s
-                                       << u"'<a href=x>&amp;</a>'"_s;
-    QTest::newRow("noscript in head") << QByteArray("<head><noscript><style>s</style></noscript></head>")
-                                      << u"NOSCRIPT"_s << u"'<style>s</style>'"_s;
-}
-
-void tst_HtmlDocument::childNodes()
-{
-    QFETCH(QByteArray, html);
-    QFETCH(QString, tag);
-    QFETCH(QString, children);
-    const DocumentPtr document = parse(html);
-    const int element = firstWithTag(*document, tag);
-    QVERIFY(element >= 0);
-    QCOMPARE(childList(*document, element), children);
-}
-
-void tst_HtmlDocument::longTextIsSplit_data()
-{
-    QTest::addColumn<QByteArray>("html");
-    QTest::addColumn<QString>("tag");
-    QTest::addColumn<QList<int>>("sizes");
-    const QByteArray text = repeated("a", 70000);
-    QTest::newRow("text past 65536 characters splits") << "<p>" + text + "</p>" << u"P"_s << QList<int>{65536, 4464};
-    QTest::newRow("a script is one text") << "<script>" + text + "</script>" << u"SCRIPT"_s << QList<int>{70000};
-    QTest::newRow("a surrogate pair stays whole")
-        << "<p>" + repeated("a", 65535) + "\xF0\x9F\x98\x80" + "b</p>" << u"P"_s << QList<int>{65535, 3};
-}
-
-void tst_HtmlDocument::longTextIsSplit()
-{
-    QFETCH(QByteArray, html);
-    QFETCH(QString, tag);
-    QFETCH(QList<int>, sizes);
-    const DocumentPtr document = parse(html);
-    QList<int> actual;
-    for (const Document::ChildNode &child : document->item(firstWithTag(*document, tag)).children)
-        actual.append(int(child.text.size()));
-    QCOMPARE(actual, sizes);
-}
-
-void tst_HtmlDocument::innerText_data()
-{
-    QTest::addColumn<QByteArray>("html");
-    QTest::addColumn<QString>("tag");
-    QTest::addColumn<QString>("text");
-    QTest::newRow("inline elements run together") << QByteArray("<div>a<b>b</b><i>c</i></div>") << u"DIV"_s
-                                                  << u"abc"_s;
-    QTest::newRow("spaces collapse across inline elements")
-        << QByteArray("<div>\n  one  <span> two </span>\tthree \n</div>") << u"DIV"_s << u"one two three"_s;
-    QTest::newRow("a span gives its collapsed text") << QByteArray("<p>a <span> b</span></p>") << u"SPAN"_s
-                                                     << u"b"_s;
-    QTest::newRow("div gives one line break") << QByteArray("<body>a<div>b</div>c") << u"BODY"_s
-                                              << u"a\nb\nc"_s;
-    QTest::newRow("p gives two line breaks") << QByteArray("a<p>b</p>  <p>c</p>d") << u"BODY"_s
-                                             << u"a\n\nb\n\nc\n\nd"_s;
-    QTest::newRow("nested blocks collapse their breaks")
-        << QByteArray("<div><div><p>a</p></div></div><div><div>b</div></div>") << u"BODY"_s << u"a\n\nb"_s;
-    QTest::newRow("breaks at the ends dropped") << QByteArray("<div><p>x</p></div>") << u"DIV"_s << u"x"_s;
-    QTest::newRow("a line break beside a zero width space goes") << QByteArray("<p>a\xE2\x80\x8B\nb c\n\xE2\x80\x8B" "d</p>")
-                                                                 << u"P"_s << u"a\u200bb c\u200bd"_s;
-    QTest::newRow("headings and list items") << QByteArray("<h1>T</h1><ul><li>a</li> <li>b</li></ul>")
-                                             << u"BODY"_s << u"T\na\nb"_s;
-    QTest::newRow("br gives a newline, spaces around it go")
-        << QByteArray("<div>x <br> y<br></div>") << u"DIV"_s << u"x\ny\n"_s;
-    QTest::newRow("table cells tab, rows newline")
-        << QByteArray("<table><tr><td> 1 </td><td>2</td></tr><tr><td>3<td>4</table>") << u"TABLE"_s
-        << u"1\t2\n3\t4"_s;
-    QTest::newRow("rows across row groups")
-        << QByteArray("<table><thead><tr><th>H</th></tr></thead><tbody><tr><td>1</td></tr></tbody></table>x")
-        << u"BODY"_s << u"H\n1\nx"_s;
-    QTest::newRow("pre keeps white space") << QByteArray("<pre>  a\n\tb  </pre>") << u"PRE"_s << u"  a\n\tb  "_s;
-    QTest::newRow("hidden elements left out") << QByteArray("<div>a<span hidden>h</span>b</div>") << u"DIV"_s
-                                              << u"ab"_s;
-    QTest::newRow("a hidden element gives its text content") << QByteArray("<div hidden> a  <b>b</b></div>")
-                                                             << u"DIV"_s << u" a  b"_s;
-    QTest::newRow("script and style left out")
-        << QByteArray("<div>a<script>var s;</script><style>p{}</style>b</div>") << u"DIV"_s << u"ab"_s;
-    QTest::newRow("head gives its text content") << QByteArray("<title>T</title><style>p{}</style><p>x")
-                                                 << u"HEAD"_s << u"Tp{}"_s;
-    QTest::newRow("html leaves the head out") << QByteArray("<title>T</title><p>x") << u"HTML"_s << u"x"_s;
-    QTest::newRow("noscript left out") << QByteArray("<div>a<noscript>n</noscript>b</div>") << u"DIV"_s
-                                       << u"ab"_s;
-    QTest::newRow("select lists its options") << QByteArray("x<select><option> A  1<option>B</select>y")
-                                              << u"BODY"_s << u"x\nA 1\nB\ny"_s;
-    QTest::newRow("closed details shows its summary")
-        << QByteArray("<details><summary>S</summary>body<p>more</p></details>") << u"BODY"_s << u"S"_s;
-    QTest::newRow("open details shows all") << QByteArray("<details open><summary>S</summary>body</details>")
-                                            << u"BODY"_s << u"S\nbody"_s;
-    QTest::newRow("control values left out") << QByteArray("a<textarea>t</textarea><input value=v>b")
-                                             << u"BODY"_s << u"ab"_s;
-    QTest::newRow("spaces around an image both stay") << QByteArray("<p>a <img src=x> b</p>") << u"P"_s
-                                                      << u"a  b"_s;
-    QTest::newRow("button text inline") << QByteArray("a<button> b </button>c") << u"BODY"_s << u"abc"_s;
-    QTest::newRow("svg elements have none") << QByteArray("<svg><text>s</text></svg>") << u"text"_s << QString();
-    QTest::newRow("in a hidden element, its text content") << QByteArray("<div hidden>a<p> b <i>c</i></p></div>")
-                                                           << u"P"_s << u" b c"_s;
-    QTest::newRow("a script in an option") << QByteArray("<option>x<script>s</script></option>") << u"SCRIPT"_s
-                                           << u"s"_s;
-    QTest::newRow("an option reads SVG in it") << QByteArray("<option>a<svg><text>b</text></svg></option>")
-                                               << u"OPTION"_s << u"ab"_s;
-    QTest::newRow("an option of a list box, collapsed") << QByteArray("<select size=2><option> a \n b </select>")
-                                                        << u"OPTION"_s << u"a b"_s;
-    QTest::newRow("an option of a drop-down, as it is") << QByteArray("<select size=1><option> a \n b </select>")
-                                                        << u"OPTION"_s << u" a \n b "_s;
-    QTest::newRow("an optgroup of a list box, text around its options")
-        << QByteArray("<select multiple><optgroup label=g>ab<option>1</option>cd</optgroup><option>2</select>")
-        << u"OPTGROUP"_s << u"ab\n1\ncd"_s;
-    QTest::newRow("the list box leaves that text out")
-        << QByteArray("<select multiple><optgroup label=g>ab<option>1</option>cd</optgroup><option>2</select>")
-        << u"SELECT"_s << u"1\n2"_s;
-}
-
-void tst_HtmlDocument::innerText()
-{
-    QFETCH(QByteArray, html);
-    QFETCH(QString, tag);
-    QFETCH(QString, text);
-    const DocumentPtr document = parse(html);
-    const int element = firstWithTag(*document, tag);
-    QVERIFY(element >= 0);
-    QCOMPARE(document->innerText(element), text);
-    QCOMPARE(document->upperInnerText(element), toUpperKeepingLength(text));
-}
-
-// The page's rendered text, then the text content of each hidden subtree: every element's
-// innerText is a part of it.
-void tst_HtmlDocument::textIsWrittenOnce_data()
-{
-    QTest::addColumn<QByteArray>("html");
-    QTest::addColumn<QString>("text");
-    QTest::newRow("nested elements share it") << QByteArray("<div><div><p>a</p>b</div></div>") << u"a\n\nb"_s;
-    QTest::newRow("as deep as it goes") << repeated("<div>x", 2000) << QString(u"x\n"_s.repeated(2000)).chopped(1);
-    QTest::newRow("hidden subtrees after it, each once")
-        << QByteArray("<title>T</title><style>s</style><p>x<span hidden>h<b>i</b></span>") << u"xTshi"_s;
-    QTest::newRow("hidden SVG has no innerText to keep") << QByteArray("<svg><style>s</style></svg>x") << u"x"_s;
-    QTest::newRow("an optgroup's own text after it")
-        << QByteArray("<select multiple><optgroup>ab<option>1</optgroup></select>") << u"1ab\n1"_s;
-}
-
-void tst_HtmlDocument::textIsWrittenOnce()
-{
-    QFETCH(QByteArray, html);
-    QFETCH(QString, text);
-    QCOMPARE(parse(html)->text(), text);
-}
-
-void tst_HtmlDocument::title_data()
-{
-    QTest::addColumn<QByteArray>("html");
-    QTest::addColumn<QString>("title");
-    QTest::newRow("stripped and collapsed") << QByteArray("<title>\n  Harbour   Lane\tBooks </title>")
-                                            << u"Harbour Lane Books"_s;
-    QTest::newRow("the first title counts") << QByteArray("<title>one</title><title>two</title>") << u"one"_s;
-    QTest::newRow("svg title does not count") << QByteArray("<svg><title>pic</title></svg><title>page</title>")
-                                              << u"page"_s;
-    QTest::newRow("no-break space kept") << QByteArray("<title>a\xC2\xA0 b</title>") << u"a\u00a0 b"_s;
-    QTest::newRow("references decoded, tags are text") << QByteArray("<title>&lt;b&gt; <i></title>")
-                                                        << u"<b> <i>"_s;
-    QTest::newRow("no title") << QByteArray("<p>x") << QString();
-}
-
-void tst_HtmlDocument::title()
-{
-    QFETCH(QByteArray, html);
-    QFETCH(QString, title);
-    QCOMPARE(parse(html)->title, title);
-}
-
-void tst_HtmlDocument::deepNestingIsFlattened()
-{
-    const DocumentPtr document = parse(repeated("<div>", 600) + "deep" + repeated("</div>", 600) + "<p>after</p>");
-    // html, head, body, 600 divs, p: document order is kept.
-    QCOMPARE(document->length(), 604);
-    QCOMPARE(document->item(603).tagName, u"P"_s);
-    QCOMPARE(document->item(603).parent, 2);
-    // The div at depth 512 (html = 1) holds the one below it and every deeper one after it.
-    for (int i = 3; i <= 512; ++i)
-        QCOMPARE(document->item(i).parent, i == 3 ? 2 : i - 1);
-    for (int i = 513; i < 603; ++i)
-        QCOMPARE(document->item(i).parent, 512);
-    QCOMPARE(document->item(512).children.size(), 90);
-    QCOMPARE(document->item(512).children.last().element, 602);
-    QCOMPARE(childList(*document, 602), u"'deep'"_s);
-    QCOMPARE(document->innerText(3), u"deep"_s);
-}
-
-void tst_HtmlDocument::textAroundAMovedElementMerges()
-{
-    // The 513th div is at depth 515; the div inside it moves up to the div at depth 512, so
-    // the text before and after that div is one text node.
-    const DocumentPtr document = parse(repeated("<div>", 513) + "pre<div>x</div>tail");
-    QCOMPARE(document->length(), 517);
-    QCOMPARE(childList(*document, 515), u"'pretail'"_s);
-    QCOMPARE(document->item(516).parent, 512);
-    QCOMPARE(childList(*document, 512), u"DIV|DIV|DIV|DIV"_s);
-}
-
-void tst_HtmlDocument::deepNestingIsRefused()
-{
-    try {
-        parse(repeated("<div>", 40000));
-        QFAIL("a page nesting 40,000 deep was read");
-    } catch (const PageReadError &error) {
-        QCOMPARE(error.number(), ErrorNumber::Overflow);
-        QCOMPARE(error.description(), u"the page nests elements 40,002 deep; at most 10,000 can be read"_s);
-    }
-}
-
-void tst_HtmlDocument::impliedEndTagsAreNotRefused_data()
-{
-    QTest::addColumn<QByteArray>("html");
-    QTest::addColumn<QString>("tag");
-    QTest::addColumn<int>("count");
-    QTest::newRow("li") << "<ul>" + repeated("<li><a href=x>item", 20000) << u"LI"_s << 20000;
-    QTest::newRow("p") << repeated("<p>para <b>bold</b>", 20000) << u"P"_s << 20000;
-    QTest::newRow("td") << "<table>" + repeated("<tr><td>a<td><div>b", 10000) << u"TD"_s << 20000;
-    QTest::newRow("option") << "<select>" + repeated("<option>o", 20000) << u"OPTION"_s << 20000;
-    QTest::newRow("dt and dd") << "<dl>" + repeated("<dt>t<dd>d", 10000) << u"DD"_s << 10000;
-    QTest::newRow("unclosed links") << repeated("<a href=x>link", 20000) << u"A"_s << 20000;
-}
-
-void tst_HtmlDocument::impliedEndTagsAreNotRefused()
-{
-    QFETCH(QByteArray, html);
-    QFETCH(QString, tag);
-    QFETCH(int, count);
-    const DocumentPtr document = parse(html);
-    const auto found = std::count_if(document->elements.cbegin(), document->elements.cend(),
-                                     [&](const Document::Element &element) { return element.tagName == tag; });
-    QCOMPARE(int(found), count);
-}
-
-void tst_HtmlDocument::limits_data()
-{
-    QTest::addColumn<QByteArray>("html");
-    QTest::addColumn<ParseLimits>("limits");
-    QTest::addColumn<QString>("error");
-    QTest::addColumn<int>("elements");
-    QTest::addColumn<bool>("cut");
-    ParseLimits small;
-    small.maxInputBytes = 10;
-    QTest::newRow("too large") << QByteArray("<p>eleven b") << small
-                               << u"the page is 11 bytes long; at most 10 can be read"_s << 0 << false;
-    ParseLimits shallow;
-    shallow.maxDepth = 8;
-    QTest::newRow("too deep") << repeated("<section>", 7) << shallow
-                              << u"the page nests elements 9 deep; at most 8 can be read"_s << 0 << false;
-    QTest::newRow("closed elements are not deep") << repeated("<section></section>", 50) << shallow << QString()
-                                                  << 53 << false;
-    ParseLimits few;
-    few.maxElements = 6;
-    QTest::newRow("elements past the cap cut off") << repeated("<p>x", 10) << few << QString() << 6 << true;
-    few.maxDepth = 20; // the page is cut before the parser reads what would nest too deep
-    QTest::newRow("what follows the cap is not read") << repeated("<p>x", 10) + repeated("<section>", 30) << few << QString()
-                                                      << 6 << true;
-    QTest::newRow("a list ends a list item's scope") << repeated("<li><ul></li>", 5) << shallow
-                                                     << u"the page nests elements 12 deep; at most 8 can be read"_s << 0 << false;
-    ParseLimits little;
-    little.maxTextChars = 20;
-    QTest::newRow("nested text counts once") << QByteArray("<div><div><p>0123456789</p></div></div>") << little
-                                             << QString() << 6 << false;
-    QTest::newRow("hidden text counts") << QByteArray("<title>0123456789</title><p>0123456789x") << little
-                                        << u"the page's text exceeds 20 characters"_s << 0 << false;
-}
-
-void tst_HtmlDocument::limits()
-{
-    QFETCH(QByteArray, html);
-    QFETCH(ParseLimits, limits);
-    QFETCH(QString, error);
-    QFETCH(int, elements);
-    QFETCH(bool, cut);
-    try {
-        const DocumentPtr document = parse(html, limits);
-        QVERIFY2(error.isEmpty(), "no error raised");
-        QCOMPARE(document->length(), elements);
-        QCOMPARE(document->cut, cut);
-        if (cut)
-            QCOMPARE(document->cutReason, u"the page has more than 6 elements; the first 6 were read"_s);
-    } catch (const PageReadError &raised) {
-        QVERIFY2(!error.isEmpty() && raised.description().startsWith(error), raised.what());
-    }
-}
-
-void tst_HtmlDocument::invalidUtf8IsReplaced()
-{
-    const DocumentPtr document = parse("\xEF\xBB\xBF<p>a\xFF" "b\xC3</p>");
-    QCOMPARE(tagNames(*document), u"HTML HEAD BODY P"_s);
-    QCOMPARE(childList(*document, 3), u"'a\ufffdb\ufffd'"_s);
-}
 
 QTEST_GUILESS_MAIN(tst_HtmlDocument)
 #include "tst_htmldocument.moc"

@@ -1,4 +1,5 @@
 #include "html/pageencoding.h"
+#include "datatable.h"
 
 #include <QtTest>
 
@@ -9,42 +10,35 @@ class tst_PageEncoding : public QObject
     Q_OBJECT
 
 private slots:
-    void sniff_data();
-    void sniff();
+    void sniff_data()
+    {
+        addColumns<QByteArray, QByteArray, QByteArray>("bytes", "contentType", "encoding");
+        const QByteArray gbk("<meta charset=gbk><p>\xc4\xe3");
+        QTest::newRow("byte order mark beats all") << QByteArray("\xFF\xFE<\0p\0", 6) << QByteArray("text/html; charset=gbk") << QByteArray("UTF-16LE");
+        QTest::newRow("transport beats meta") << gbk << QByteArray("text/html;charset=\"Shift_JIS\"") << QByteArray("Shift_JIS");
+        QTest::newRow("unknown transport label") << gbk << QByteArray("text/html; charset=klingon") << QByteArray("GBK");
+        QTest::newRow("labels in any case with blanks") << QByteArray("<META CHARSET=' Latin1 '>") << QByteArray() << QByteArray("windows-1252");
+        QTest::newRow("http-equiv needs the pragma")
+            << QByteArray("<meta content='text/html; charset=koi8-r'><meta http-equiv=content-type content='text/html; charset=koi8-u'>")
+            << QByteArray() << QByteArray("KOI8-U");
+        QTest::newRow("a page cannot declare utf-16") << QByteArray("<meta charset=utf-16>\xff") << QByteArray() << QByteArray("UTF-8");
+        QTest::newRow("x-user-defined reads as windows-1252") << QByteArray("<meta charset=x-user-defined>") << QByteArray()
+                                                              << QByteArray("windows-1252");
+        QTest::newRow("not in a comment or a script")
+            << QByteArray("<!-- <meta charset=gbk> --><script>'<meta charset=big5>'</script><meta charset=euc-kr>") << QByteArray()
+            << QByteArray("EUC-KR");
+        QTest::newRow("not past the head after the first kilobyte")
+            << QByteArray("<p>" + QByteArray(1100, 'x') + "<meta charset=gbk>\xc4\xe3") << QByteArray() << QByteArray("windows-1252");
+        QTest::newRow("undeclared UTF-8") << QByteArray("<p>caf\xc3\xa9") << QByteArray() << QByteArray("UTF-8");
+        QTest::newRow("undeclared other bytes") << QByteArray("<p>caf\xe9") << QByteArray() << QByteArray("windows-1252");
+    }
+
+    void sniff()
+    {
+        const auto [bytes, contentType, encoding] = fetchRow<QByteArray, QByteArray, QByteArray>("bytes", "contentType", "encoding");
+        QCOMPARE(PageEncoding::sniff(bytes, PageEncoding::charsetOf(contentType)).name, encoding);
+    }
 };
-
-void tst_PageEncoding::sniff_data()
-{
-    QTest::addColumn<QByteArray>("bytes");
-    QTest::addColumn<QByteArray>("contentType");
-    QTest::addColumn<QByteArray>("encoding");
-    const QByteArray gbk("<meta charset=gbk><p>\xc4\xe3");
-    QTest::newRow("byte order mark beats all") << QByteArray("\xFF\xFE<\0p\0", 6) << QByteArray("text/html; charset=gbk") << QByteArray("UTF-16LE");
-    QTest::newRow("transport beats meta") << gbk << QByteArray("text/html;charset=\"Shift_JIS\"") << QByteArray("Shift_JIS");
-    QTest::newRow("unknown transport label") << gbk << QByteArray("text/html; charset=klingon") << QByteArray("GBK");
-    QTest::newRow("labels in any case with blanks") << QByteArray("<META CHARSET=' Latin1 '>") << QByteArray() << QByteArray("windows-1252");
-    QTest::newRow("http-equiv needs the pragma")
-        << QByteArray("<meta content='text/html; charset=koi8-r'><meta http-equiv=content-type content='text/html; charset=koi8-u'>")
-        << QByteArray() << QByteArray("KOI8-U");
-    QTest::newRow("a page cannot declare utf-16") << QByteArray("<meta charset=utf-16>\xff") << QByteArray() << QByteArray("UTF-8");
-    QTest::newRow("x-user-defined reads as windows-1252") << QByteArray("<meta charset=x-user-defined>") << QByteArray()
-                                                          << QByteArray("windows-1252");
-    QTest::newRow("not in a comment or a script")
-        << QByteArray("<!-- <meta charset=gbk> --><script>'<meta charset=big5>'</script><meta charset=euc-kr>") << QByteArray()
-        << QByteArray("EUC-KR");
-    QTest::newRow("not past the head after the first kilobyte")
-        << QByteArray("<p>" + QByteArray(1100, 'x') + "<meta charset=gbk>\xc4\xe3") << QByteArray() << QByteArray("windows-1252");
-    QTest::newRow("undeclared UTF-8") << QByteArray("<p>caf\xc3\xa9") << QByteArray() << QByteArray("UTF-8");
-    QTest::newRow("undeclared other bytes") << QByteArray("<p>caf\xe9") << QByteArray() << QByteArray("windows-1252");
-}
-
-void tst_PageEncoding::sniff()
-{
-    QFETCH(QByteArray, bytes);
-    QFETCH(QByteArray, contentType);
-    QFETCH(QByteArray, encoding);
-    QCOMPARE(PageEncoding::sniff(bytes, PageEncoding::charsetOf(contentType)).name, encoding);
-}
 
 QTEST_APPLESS_MAIN(tst_PageEncoding)
 #include "tst_pageencoding.moc"

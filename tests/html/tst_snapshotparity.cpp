@@ -5,13 +5,14 @@
 #include <QWebEngineView>
 #include <QtTest>
 
-namespace {
+using namespace Qt::StringLiterals;
 
+namespace {
 
 // Line breaks and tabs shown, for a message on one line.
 QString visible(QStringView text)
 {
-    return text.toString().replace(u'\n', QStringLiteral("\\n")).replace(u'\t', QStringLiteral("\\t"));
+    return text.toString().replace(u'\n', u"\\n"_s).replace(u'\t', u"\\t"_s);
 }
 
 QString describe(const Document::Element &element)
@@ -22,7 +23,7 @@ QString describe(const Document::Element &element)
     QStringList children;
     for (const Document::ChildNode &child : element.children)
         children.append(child.isElement() ? QString::number(child.element) : u'"' + child.text + u'"');
-    return QStringLiteral("%1 parent %2 id '%3' [%4] {%5}")
+    return u"%1 parent %2 id '%3' [%4] {%5}"_s
         .arg(element.tagName)
         .arg(element.parent)
         .arg(element.id, attributes.join(u' '), children.join(u','));
@@ -35,9 +36,42 @@ class tst_SnapshotParity : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase();
-    void sameSnapshotBothWays_data();
-    void sameSnapshotBothWays();
+    void initTestCase()
+    {
+        m_view = std::make_unique<QWebEngineView>();
+        m_page = new WebPage(m_view.get());
+        m_view->setPage(m_page);
+        m_view->resize(1024, 768);
+        m_view->show();
+    }
+
+    void sameSnapshotBothWays_data() { addEveryPageRow(); }
+
+    void sameSnapshotBothWays()
+    {
+        QFETCH(QString, path);
+        if (const QString reason = whyNotStatic(path); !reason.isEmpty())
+            QSKIP(qPrintable(reason));
+        const DocumentPtr live = browserSnapshot(path);
+        QVERIFY(live);
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        const DocumentPtr parsed = parseHtmlDocument(file.readAll(), QUrl::fromLocalFile(path).toString());
+
+        QCOMPARE(parsed->title, live->title);
+        QCOMPARE(parsed->length(), live->length());
+        for (int i = 0; i < live->length(); ++i) {
+            const Document::Element &a = live->item(i);
+            const Document::Element &b = parsed->item(i);
+            QVERIFY2(describe(a) == describe(b), qPrintable(u"element %1\n  browser: %2\n  static:  %3"_s
+                                                                .arg(i)
+                                                                .arg(describe(a), describe(b))));
+            QVERIFY2(live->innerText(i) == parsed->innerText(i),
+                     qPrintable(u"innerText of element %1 (%2)\n  browser: %3\n  static:  %4"_s
+                                    .arg(i)
+                                    .arg(a.tagName, visible(live->innerText(i)), visible(parsed->innerText(i)))));
+        }
+    }
 
 private:
     DocumentPtr browserSnapshot(const QString &path);
@@ -45,15 +79,6 @@ private:
     WebPage *m_page = nullptr;
     std::unique_ptr<QWebEngineView> m_view;
 };
-
-void tst_SnapshotParity::initTestCase()
-{
-    m_view = std::make_unique<QWebEngineView>();
-    m_page = new WebPage(m_view.get());
-    m_view->setPage(m_page);
-    m_view->resize(1024, 768);
-    m_view->show();
-}
 
 DocumentPtr tst_SnapshotParity::browserSnapshot(const QString &path)
 {
@@ -69,37 +94,6 @@ DocumentPtr tst_SnapshotParity::browserSnapshot(const QString &path)
     });
     QTest::qWaitFor([&] { return done; }, 20000);
     return document;
-}
-
-void tst_SnapshotParity::sameSnapshotBothWays_data()
-{
-    addEveryPageRow();
-}
-
-void tst_SnapshotParity::sameSnapshotBothWays()
-{
-    QFETCH(QString, path);
-    if (const QString reason = whyNotStatic(path); !reason.isEmpty())
-        QSKIP(qPrintable(reason));
-    const DocumentPtr live = browserSnapshot(path);
-    QVERIFY(live);
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::ReadOnly));
-    const DocumentPtr parsed = parseHtmlDocument(file.readAll(), QUrl::fromLocalFile(path).toString());
-
-    QCOMPARE(parsed->title, live->title);
-    QCOMPARE(parsed->length(), live->length());
-    for (int i = 0; i < live->length(); ++i) {
-        const Document::Element &a = live->item(i);
-        const Document::Element &b = parsed->item(i);
-        QVERIFY2(describe(a) == describe(b), qPrintable(QStringLiteral("element %1\n  browser: %2\n  static:  %3")
-                                                            .arg(i)
-                                                            .arg(describe(a), describe(b))));
-        QVERIFY2(live->innerText(i) == parsed->innerText(i),
-                 qPrintable(QStringLiteral("innerText of element %1 (%2)\n  browser: %3\n  static:  %4")
-                                .arg(i)
-                                .arg(a.tagName, visible(live->innerText(i)), visible(parsed->innerText(i)))));
-    }
 }
 
 QTEST_MAIN(tst_SnapshotParity)

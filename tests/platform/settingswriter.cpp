@@ -5,6 +5,8 @@
 #include <QCoreApplication>
 #include <QSettings>
 
+using namespace Qt::StringLiterals;
+
 int main(int argc, char *argv[])
 {
     QCoreApplication app(argc, argv);
@@ -14,6 +16,6 @@ int main(int argc, char *argv[])
     const QString prefix = QString::fromLocal8Bit(argv[2]);
     const int count = QByteArray(argv[3]).toInt();
     for (int i = 0; i < count; ++i)
-        SettingsStore::saveSetting(QStringLiteral("Favorites"), prefix + QString::number(i), QStringLiteral("http://x/%1").arg(i));
+        SettingsStore::saveSetting(u"Favorites"_s, prefix + QString::number(i), u"http://x/%1"_s.arg(i));
     return 0;
 }

@@ -2,16 +2,19 @@
 #include "substitution/controlvariables.h"
 #include "substitution/examplevaluecache.h"
 #include "substitution/frminputvariable.h"
+#include "datatable.h"
 
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QtTest>
 
+using namespace Qt::StringLiterals;
+
 using namespace ControlVariables;
 
 namespace {
-const QString Cancel = QStringLiteral("<cancel>");
+const QString Cancel = u"<cancel>"_s;
 }
 
 class tst_Substitution : public QObject
@@ -19,214 +22,182 @@ class tst_Substitution : public QObject
     Q_OBJECT
 
 private slots:
-    void init();
-    void extractMarkerName_data();
-    void extractMarkerName();
-    void substitute_data();
-    void substitute();
-    void promptText();
-    void cachedValueIgnoresCase();
-    void emptyValuePromptsAgain();
-    void cancelKeepsEarlierAnswersCached();
-    void endlessSubstitutionIsStopped_data();
-    void endlessSubstitutionIsStopped();
-    void dialogKeys_data();
-    void dialogKeys();
-    void dialogSelectsValueOnFocus();
-};
-
-void tst_Substitution::init()
-{
-    exampleValueCache().clear();
-    setMarkerFound(false);
-}
-
-void tst_Substitution::extractMarkerName_data()
-{
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<bool>("markerFound");
-    QTest::newRow("no percent") << QStringLiteral("plain") << QString() << false;
-    QTest::newRow("single percent sets the flag") << QStringLiteral("a%b") << QString() << true;
-    QTest::newRow("first marker") << QStringLiteral("q=%one%&r=%two%") << QStringLiteral("one") << true;
-    QTest::newRow("adjacent percents give no name") << QStringLiteral("x%%y%z%") << QString() << true;
-    QTest::newRow("name with blanks") << QStringLiteral("% a b %") << QStringLiteral(" a b ") << true;
-}
-
-void tst_Substitution::extractMarkerName()
-{
-    QFETCH(QString, text);
-    QFETCH(QString, name);
-    QFETCH(bool, markerFound);
-    QCOMPARE(ExtractMarkerName(text), name);
-    QCOMPARE(ControlVariables::markerFound(), markerFound);
-}
-
-void tst_Substitution::substitute_data()
-{
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QStringList>("answers"); // typed values, or Cancel
-    QTest::addColumn<QString>("expected");
-
-    QTest::newRow("no markers") << QStringLiteral("http://x/") << QStringList{} << QStringLiteral("http://x/");
-    QTest::newRow("single percent") << QStringLiteral("a%b") << QStringList{} << QStringLiteral("a%b");
-    QTest::newRow("empty name ends at once") << QStringLiteral("x%%y%z%") << QStringList{} << QStringLiteral("x%%y%z%");
-    QTest::newRow("one prompt replaces every occurrence")
-        << QStringLiteral("%id%/%id%") << QStringList{QStringLiteral("7")} << QStringLiteral("7/7");
-    QTest::newRow("two names") << QStringLiteral("q=%a%&p=%b%")
-                               << QStringList{QStringLiteral("x"), QStringLiteral("y")} << QStringLiteral("q=x&p=y");
-    QTest::newRow("marker match is case-sensitive")
-        << QStringLiteral("%id%-%ID%") << QStringList{QStringLiteral("5")} << QStringLiteral("5-5");
-    QTest::newRow("cancel returns the input") << QStringLiteral("%a%") << QStringList{Cancel} << QStringLiteral("%a%");
-    QTest::newRow("cancel on the second name discards the first")
-        << QStringLiteral("%a%-%b%") << QStringList{QStringLiteral("1"), Cancel} << QStringLiteral("%a%-%b%");
-    QTest::newRow("value naming another marker") << QStringLiteral("%a%")
-                                                 << QStringList{QStringLiteral("<%b%>"), QStringLiteral("z")} << QStringLiteral("<z>");
-    QTest::newRow("a long value is no loop") << QStringLiteral("%a%") << QStringList{QString(3000, u'x')} << QString(3000, u'x');
-    // The same name comes back once, but the text shrinks: this one ends.
-    QTest::newRow("a name that returns and ends") << QStringLiteral("%a%a%%") << QStringList{QStringLiteral("%")} << QStringLiteral("%%");
-}
-
-void tst_Substitution::substitute()
-{
-    QFETCH(QString, text);
-    QFETCH(QStringList, answers);
-    QFETCH(QString, expected);
-    ScriptedDialogs script;
-    for (const QString &answer : answers) {
-        if (answer == Cancel)
-            script.cancelPrompt();
-        else
-            script.answerPrompt(answer);
+    void init()
+    {
+        exampleValueCache().clear();
+        setMarkerFound(false);
     }
-    QCOMPARE(Substitute(text), expected);
-    QVERIFY2(script.done(), qPrintable(script.pending()));
-    QCOMPARE(script.modalWindows().size(), answers.size());
-}
 
-void tst_Substitution::promptText()
-{
-    ScriptedDialogs script;
-    QString label, title, shownValue;
-    script.onModal([&](QWidget *window) {
-        label = window->findChild<QLabel *>(QStringLiteral("lblMssg"))->text();
-        title = window->windowTitle();
-        shownValue = window->findChild<QLineEdit *>(QStringLiteral("txtValue"))->text();
-        QTest::mouseClick(window->findChild<QPushButton *>(QStringLiteral("cmdCancel")), Qt::LeftButton);
-    });
-    Substitute(QStringLiteral("http://x/?q=%query term%"));
-    QVERIFY2(script.done(), qPrintable(script.pending()));
-    QCOMPARE(label, QStringLiteral("Please enter an example value for: %query term%"));
-    QCOMPARE(title, QStringLiteral("Property Substitution"));
-    QCOMPARE(shownValue, QString());
-}
+    void extractMarkerName_data()
+    {
+        addColumns<QString, QString, bool>("text", "name", "markerFound");
+        QTest::newRow("no percent") << u"plain"_s << QString() << false;
+        QTest::newRow("single percent sets the flag") << u"a%b"_s << QString() << true;
+        QTest::newRow("first marker") << u"q=%one%&r=%two%"_s << u"one"_s << true;
+        QTest::newRow("adjacent percents give no name") << u"x%%y%z%"_s << QString() << true;
+        QTest::newRow("name with blanks") << u"% a b %"_s << u" a b "_s << true;
+    }
 
-void tst_Substitution::cachedValueIgnoresCase()
-{
-    ScriptedDialogs script;
-    script.answerPrompt(QStringLiteral("42"));
-    QCOMPARE(Substitute(QStringLiteral("%id%")), QStringLiteral("42"));
-    QCOMPARE(Substitute(QStringLiteral("/%ID%/%Id%")), QStringLiteral("/42/42"));
-    QCOMPARE(exampleValueCache().value(QStringLiteral("IDK")), QStringLiteral("42"));
-    QCOMPARE(exampleValueCache().count(), 1);
-    QVERIFY2(script.done(), qPrintable(script.pending()));
-}
+    void extractMarkerName()
+    {
+        const auto [text, name, markerFound] = fetchRow<QString, QString, bool>("text", "name", "markerFound");
+        QCOMPARE(ExtractMarkerName(text), name);
+        QCOMPARE(ControlVariables::markerFound(), markerFound);
+    }
 
-void tst_Substitution::emptyValuePromptsAgain()
-{
-    ScriptedDialogs script;
-    script.answerPrompt(QString());
-    QCOMPARE(Substitute(QStringLiteral("a%x%b")), QStringLiteral("ab"));
-    QCOMPARE(exampleValueCache().count(), 1);
-    script.answerPrompt(QStringLiteral("v"));
-    QCOMPARE(Substitute(QStringLiteral("a%x%b")), QStringLiteral("avb"));
-    QVERIFY2(script.done(), qPrintable(script.pending()));
-}
+    void substitute_data()
+    {
+        // answers: typed values, or Cancel
+        addColumns<QString, QStringList, QString>("text", "answers", "expected");
 
-void tst_Substitution::cancelKeepsEarlierAnswersCached()
-{
-    ScriptedDialogs script;
-    script.answerPrompt(QStringLiteral("1"));
-    script.cancelPrompt();
-    QCOMPARE(Substitute(QStringLiteral("%a%-%b%")), QStringLiteral("%a%-%b%"));
-    QCOMPARE(exampleValueCache().value(ExampleValueCache::keyFor(QStringLiteral("a"))), QStringLiteral("1"));
-    QCOMPARE(exampleValueCache().value(ExampleValueCache::keyFor(QStringLiteral("b"))), QString());
-    QVERIFY2(script.done(), qPrintable(script.pending()));
-}
+        QTest::newRow("no markers") << u"http://x/"_s << QStringList{} << u"http://x/"_s;
+        QTest::newRow("single percent") << u"a%b"_s << QStringList{} << u"a%b"_s;
+        QTest::newRow("empty name ends at once") << u"x%%y%z%"_s << QStringList{} << u"x%%y%z%"_s;
+        QTest::newRow("one prompt replaces every occurrence") << u"%id%/%id%"_s << QStringList{u"7"_s} << u"7/7"_s;
+        QTest::newRow("two names") << u"q=%a%&p=%b%"_s << QStringList{u"x"_s, u"y"_s} << u"q=x&p=y"_s;
+        QTest::newRow("marker match is case-sensitive") << u"%id%-%ID%"_s << QStringList{u"5"_s} << u"5-5"_s;
+        QTest::newRow("cancel returns the input") << u"%a%"_s << QStringList{Cancel} << u"%a%"_s;
+        QTest::newRow("cancel on the second name discards the first") << u"%a%-%b%"_s << QStringList{u"1"_s, Cancel} << u"%a%-%b%"_s;
+        QTest::newRow("value naming another marker") << u"%a%"_s << QStringList{u"<%b%>"_s, u"z"_s} << u"<z>"_s;
+        QTest::newRow("a long value is no loop") << u"%a%"_s << QStringList{QString(3000, u'x')} << QString(3000, u'x');
+        // The same name comes back once, but the text shrinks: this one ends.
+        QTest::newRow("a name that returns and ends") << u"%a%a%%"_s << QStringList{u"%"_s} << u"%%"_s;
+    }
 
-void tst_Substitution::endlessSubstitutionIsStopped_data()
-{
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QStringList>("answers");
-    QTest::newRow("value is its own marker") << QStringLiteral("%a%") << QStringList{QStringLiteral("%a%")};
-    QTest::newRow("value holds its own marker") << QStringLiteral("x/%a%") << QStringList{QStringLiteral("(%a%)")};
-    QTest::newRow("two values naming each other")
-        << QStringLiteral("%a%") << QStringList{QStringLiteral("%b%"), QStringLiteral("%a%")};
-}
+    void substitute()
+    {
+        const auto [text, answers, expected] = fetchRow<QString, QStringList, QString>("text", "answers", "expected");
+        ScriptedDialogs script;
+        for (const QString &answer : answers) {
+            if (answer == Cancel)
+                script.cancelPrompt();
+            else
+                script.answerPrompt(answer);
+        }
+        QCOMPARE(Substitute(text), expected);
+        QVERIFY2(script.done(), qPrintable(script.pending()));
+        QCOMPARE(script.modalWindows().size(), answers.size());
+    }
 
-void tst_Substitution::endlessSubstitutionIsStopped()
-{
-    QFETCH(QString, text);
-    QFETCH(QStringList, answers);
-    ScriptedDialogs script;
-    for (const QString &answer : answers)
-        script.answerPrompt(answer);
-    script.answerMessageBox(Dialogs::OK);
-    QCOMPARE(Substitute(text), text);
-    QVERIFY2(script.done(), qPrintable(script.pending()));
-    QVERIFY(script.messageBoxes().first().text.contains(QStringLiteral("would never end")));
+    void promptText()
+    {
+        ScriptedDialogs script;
+        QString label, title, shownValue;
+        script.onModal([&](QWidget *window) {
+            label = window->findChild<QLabel *>(u"lblMssg"_s)->text();
+            title = window->windowTitle();
+            shownValue = window->findChild<QLineEdit *>(u"txtValue"_s)->text();
+            QTest::mouseClick(window->findChild<QPushButton *>(u"cmdCancel"_s), Qt::LeftButton);
+        });
+        Substitute(u"http://x/?q=%query term%"_s);
+        QVERIFY2(script.done(), qPrintable(script.pending()));
+        QCOMPARE(label, u"Please enter an example value for: %query term%"_s);
+        QCOMPARE(title, u"Property Substitution"_s);
+        QCOMPARE(shownValue, QString());
+    }
 
-    // The value that caused it is forgotten, so the next substitution asks again.
-    script.cancelPrompt();
-    QCOMPARE(Substitute(text), text);
-    QVERIFY2(script.done(), qPrintable(script.pending()));
-}
+    void cachedValueIgnoresCase()
+    {
+        ScriptedDialogs script;
+        script.answerPrompt(u"42"_s);
+        QCOMPARE(Substitute(u"%id%"_s), u"42"_s);
+        QCOMPARE(Substitute(u"/%ID%/%Id%"_s), u"/42/42"_s);
+        QCOMPARE(exampleValueCache().value(u"IDK"_s), u"42"_s);
+        QCOMPARE(exampleValueCache().count(), 1);
+        QVERIFY2(script.done(), qPrintable(script.pending()));
+    }
 
-void tst_Substitution::dialogKeys_data()
-{
-    QTest::addColumn<int>("key");
-    QTest::addColumn<bool>("accepted");
-    QTest::newRow("Enter presses OK") << int(Qt::Key_Return) << true;
-    QTest::newRow("Escape cancels") << int(Qt::Key_Escape) << false;
-}
+    void emptyValuePromptsAgain()
+    {
+        ScriptedDialogs script;
+        script.answerPrompt(QString());
+        QCOMPARE(Substitute(u"a%x%b"_s), u"ab"_s);
+        QCOMPARE(exampleValueCache().count(), 1);
+        script.answerPrompt(u"v"_s);
+        QCOMPARE(Substitute(u"a%x%b"_s), u"avb"_s);
+        QVERIFY2(script.done(), qPrintable(script.pending()));
+    }
 
-void tst_Substitution::dialogKeys()
-{
-    QFETCH(int, key);
-    QFETCH(bool, accepted);
-    ScriptedDialogs script;
-    script.onModal([key](QWidget *window) {
-        auto *box = window->findChild<QLineEdit *>(QStringLiteral("txtValue"));
-        QTest::keyClicks(box, QStringLiteral("typed"));
-        QTest::keyClick(box, Qt::Key(key));
-    });
-    frmInputVariable dialog;
-    QCOMPARE(dialog.windowTitle(), QStringLiteral("Entry"));
-    QString value = QStringLiteral("before");
-    QCOMPARE(dialog.prompt(QStringLiteral("m"), QStringLiteral("t"), QString(), value), accepted);
-    QCOMPARE(value, accepted ? QStringLiteral("typed") : QStringLiteral("before"));
-    QVERIFY2(script.done(), qPrintable(script.pending()));
-}
+    void cancelKeepsEarlierAnswersCached()
+    {
+        ScriptedDialogs script;
+        script.answerPrompt(u"1"_s);
+        script.cancelPrompt();
+        QCOMPARE(Substitute(u"%a%-%b%"_s), u"%a%-%b%"_s);
+        QCOMPARE(exampleValueCache().value(ExampleValueCache::keyFor(u"a"_s)), u"1"_s);
+        QCOMPARE(exampleValueCache().value(ExampleValueCache::keyFor(u"b"_s)), QString());
+        QVERIFY2(script.done(), qPrintable(script.pending()));
+    }
 
-void tst_Substitution::dialogSelectsValueOnFocus()
-{
-    ScriptedDialogs script;
-    bool focused = false;
-    QString selected;
-    script.onModal([&](QWidget *window) {
-        auto *box = window->findChild<QLineEdit *>(QStringLiteral("txtValue"));
-        QVERIFY(QTest::qWaitForWindowActive(window));
-        focused = box->hasFocus();
-        selected = box->selectedText();
-        QTest::mouseClick(window->findChild<QPushButton *>(QStringLiteral("cmdFinish")), Qt::LeftButton);
-    });
-    frmInputVariable dialog;
-    QString value;
-    QVERIFY(dialog.prompt(QStringLiteral("m"), QStringLiteral("t"), QStringLiteral("default"), value));
-    QVERIFY(focused);
-    QCOMPARE(selected, QStringLiteral("default"));
-    QCOMPARE(value, QStringLiteral("default"));
-}
+    void endlessSubstitutionIsStopped_data()
+    {
+        addColumns<QString, QStringList>("text", "answers");
+        QTest::newRow("value is its own marker") << u"%a%"_s << QStringList{u"%a%"_s};
+        QTest::newRow("value holds its own marker") << u"x/%a%"_s << QStringList{u"(%a%)"_s};
+        QTest::newRow("two values naming each other") << u"%a%"_s << QStringList{u"%b%"_s, u"%a%"_s};
+    }
+
+    void endlessSubstitutionIsStopped()
+    {
+        const auto [text, answers] = fetchRow<QString, QStringList>("text", "answers");
+        ScriptedDialogs script;
+        for (const QString &answer : answers)
+            script.answerPrompt(answer);
+        script.answerMessageBox(Dialogs::OK);
+        QCOMPARE(Substitute(text), text);
+        QVERIFY2(script.done(), qPrintable(script.pending()));
+        QVERIFY(script.messageBoxes().first().text.contains(u"would never end"_s));
+
+        // The value that caused it is forgotten, so the next substitution asks again.
+        script.cancelPrompt();
+        QCOMPARE(Substitute(text), text);
+        QVERIFY2(script.done(), qPrintable(script.pending()));
+    }
+
+    void dialogKeys_data()
+    {
+        addColumns<int, bool>("key", "accepted");
+        QTest::newRow("Enter presses OK") << int(Qt::Key_Return) << true;
+        QTest::newRow("Escape cancels") << int(Qt::Key_Escape) << false;
+    }
+
+    void dialogKeys()
+    {
+        const auto [key, accepted] = fetchRow<int, bool>("key", "accepted");
+        ScriptedDialogs script;
+        script.onModal([key](QWidget *window) {
+            auto *box = window->findChild<QLineEdit *>(u"txtValue"_s);
+            QTest::keyClicks(box, u"typed"_s);
+            QTest::keyClick(box, Qt::Key(key));
+        });
+        frmInputVariable dialog;
+        QCOMPARE(dialog.windowTitle(), u"Entry"_s);
+        QString value = u"before"_s;
+        QCOMPARE(dialog.prompt(u"m"_s, u"t"_s, QString(), value), accepted);
+        QCOMPARE(value, accepted ? u"typed"_s : u"before"_s);
+        QVERIFY2(script.done(), qPrintable(script.pending()));
+    }
+
+    void dialogSelectsValueOnFocus()
+    {
+        ScriptedDialogs script;
+        bool focused = false;
+        QString selected;
+        script.onModal([&](QWidget *window) {
+            auto *box = window->findChild<QLineEdit *>(u"txtValue"_s);
+            QVERIFY(QTest::qWaitForWindowActive(window));
+            focused = box->hasFocus();
+            selected = box->selectedText();
+            QTest::mouseClick(window->findChild<QPushButton *>(u"cmdFinish"_s), Qt::LeftButton);
+        });
+        frmInputVariable dialog;
+        QString value;
+        QVERIFY(dialog.prompt(u"m"_s, u"t"_s, u"default"_s, value));
+        QVERIFY(focused);
+        QCOMPARE(selected, u"default"_s);
+        QCOMPARE(value, u"default"_s);
+    }
+};
 
 QTEST_MAIN(tst_Substitution)
 #include "tst_substitution.moc"

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <QTest>
+
+#include <tuple>
+
+// A data table's columns on one line, and a row of them read back on another:
+//   addColumns<QByteArray, QString>("html", "text");
+//   const auto [html, text] = fetchRow<QByteArray, QString>("html", "text");
+template <typename... Types, typename... Names>
+void addColumns(Names... names)
+{
+    static_assert(sizeof...(Types) == sizeof...(Names));
+    (QTest::addColumn<Types>(names), ...);
+}
+
+template <typename... Types, typename... Names>
+std::tuple<Types...> fetchRow(Names... names)
+{
+    static_assert(sizeof...(Types) == sizeof...(Names));
+    return {*static_cast<Types *>(QTest::qData(names, qMetaTypeId<Types>()))...};
+}
