@@ -299,6 +299,12 @@ private slots:
             run({file(u"away.html"_s, "<script>location.href = 'http://127.0.0.1:9/away'</script>"), u"--engine"_s, u"browser"_s}), 1, nl,
             u"away.html: http://127.0.0.1:9/away ("_s);
         row("standard input over 2 MB in the browser", run({u"-"_s, u"--engine"_s, u"browser"_s}), 0, pears, {}, bigPage);
+        // Each row waits for all its pages, then is written whole, in the table's order.
+        QByteArray dearer = shop;
+        dearer.replace("1.20", "2.40").replace("0.95", "1.90");
+        const QStringList table{u"--values"_s, file(u"fruit.csv"_s, "fruit\n" + QByteArray("Pears\nApples\n").repeated(50)), u"--jobs"_s, u"4"_s};
+        row("a table over two pages", QStringList{u"run"_s, m_query, m_page, file(u"dearer.html"_s, dearer)} + table, 0,
+            QByteArray("0.95\n1.90\n1.20\n2.40\n").repeated(50), {});
         row("standard input twice", run({u"-"_s, u"-"_s}), 2, none, u"give - as one page only"_s);
         row("check with --format", QStringList{u"check"_s, m_query, m_page, u"--format"_s, u"json"_s} + set, 2, none, u"--format is for run"_s);
         row("an unknown option of the window", {u"--bogus"_s}, 2, none, u"Unknown option 'bogus'.\nusage: tamberline [--page-parser]"_s);
