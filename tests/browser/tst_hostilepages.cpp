@@ -1,19 +1,17 @@
 #include "browser/pagebridge.h"
-#include "browser/webpage.h"
 #include "datatable.h"
+#include "livepage.h"
 
 #include <QMetaMethod>
-#include <QSignalSpy>
-#include <QWebEngineView>
 #include <QtTest>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
-QString pageUrl(const QString &name)
+QUrl pageUrl(const QString &name)
 {
-    return QUrl::fromLocalFile(QStringLiteral(TAMBERLINE_TEST_DATA "/pages/") + name).toString();
+    return QUrl::fromLocalFile(QStringLiteral(TAMBERLINE_TEST_DATA "/pages/") + name);
 }
 
 } // namespace
@@ -23,15 +21,6 @@ class tst_HostilePages : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase()
-    {
-        m_view = std::make_unique<QWebEngineView>();
-        m_page = new WebPage(m_view.get());
-        m_view->setPage(m_page);
-        m_view->resize(800, 600);
-        m_view->show();
-    }
-
     void bridgePublishesOnlyItsSlots()
     {
         // Everything callable beyond QObject's own: the slots a page script could reach.
@@ -48,15 +37,15 @@ private slots:
 
     void syntheticEventsSelectNothing()
     {
-        QSignalSpy pointed(m_page->bridge(), &PageBridge::elementPointed);
-        QSignalSpy doubleClicked(m_page->bridge(), &PageBridge::elementDoubleClicked);
-        QSignalSpy selected(m_page->bridge(), &PageBridge::selectionMoved);
-        QVERIFY(load(u"storm.html"_s));
-        const DocumentPtr document = snapshot();
+        QSignalSpy pointed(m_live.page->bridge(), &PageBridge::elementPointed);
+        QSignalSpy doubleClicked(m_live.page->bridge(), &PageBridge::elementDoubleClicked);
+        QSignalSpy selected(m_live.page->bridge(), &PageBridge::selectionMoved);
+        QVERIFY(m_live.load(pageUrl(u"storm.html"_s)));
+        const DocumentPtr document = m_live.snapshot();
         QVERIFY(document);
         QCOMPARE(document->innerText(document->length() - 2), u"done"_s);
         // One good call after the storm: once it arrives, the channel has delivered all before it.
-        m_page->runJavaScript(u"new QWebChannel(qt.webChannelTransport, (c) => c.objects.pageEvents.pointerOver(2))"_s,
+        m_live.page->runJavaScript(u"new QWebChannel(qt.webChannelTransport, (c) => c.objects.pageEvents.pointerOver(2))"_s,
                               WebPage::SafeJsWorld);
         QVERIFY(pointed.wait(30000));
         QCOMPARE(pointed.count() + doubleClicked.count() + selected.count(), 1);
@@ -64,10 +53,10 @@ private slots:
 
     void wrongTypesAndHugeStringsAreRefused()
     {
-        QVERIFY(load(u"simple.html"_s));
-        QSignalSpy pointed(m_page->bridge(), &PageBridge::elementPointed);
-        QSignalSpy doubleClicked(m_page->bridge(), &PageBridge::elementDoubleClicked);
-        QSignalSpy selected(m_page->bridge(), &PageBridge::selectionMoved);
+        QVERIFY(m_live.load(pageUrl(u"simple.html"_s)));
+        QSignalSpy pointed(m_live.page->bridge(), &PageBridge::elementPointed);
+        QSignalSpy doubleClicked(m_live.page->bridge(), &PageBridge::elementDoubleClicked);
+        QSignalSpy selected(m_live.page->bridge(), &PageBridge::selectionMoved);
         // From the application's own world, the only one that can reach the bridge: every method
         // with every kind of wrong value, a 10 MB string among them, then one good call to know
         // when the channel has delivered them all.
@@ -84,7 +73,7 @@ private slots:
                 bridge.pointerOver(2);
             });
         )");
-        m_page->runJavaScript(script, WebPage::SafeJsWorld);
+        m_live.page->runJavaScript(script, WebPage::SafeJsWorld);
         QVERIFY(pointed.wait(30000));
         QCOMPARE(pointed.count(), 1);
         QCOMPARE(pointed.first().first().toInt(), 2);
@@ -101,11 +90,11 @@ private slots:
     void snapshotsAreCut()
     {
         const auto [maxElements, maxMilliseconds, reason] = fetchRow<int, int, QString>("maxElements", "maxMilliseconds", "reason");
-        QVERIFY(load(u"linking.html"_s));
+        QVERIFY(m_live.load(pageUrl(u"linking.html"_s)));
         SnapshotLimits limits;
         limits.maxElements = maxElements;
         limits.maxMilliseconds = maxMilliseconds;
-        const DocumentPtr document = snapshot(limits);
+        const DocumentPtr document = m_live.snapshot(limits);
         QVERIFY(document);
         QVERIFY(document->cut);
         QVERIFY2(document->cutReason.contains(reason), qPrintable(document->cutReason));
@@ -116,37 +105,17 @@ private slots:
     {
         // Built by script 100,000 levels deep, the page takes its renderer down with it; what asks
         // for the page then gets nothing, at once, and the next page loads as usual.
-        QSignalSpy ended(m_page, &QWebEnginePage::renderProcessTerminated);
-        m_page->load(QUrl(pageUrl(u"deepdom.html"_s)));
+        QSignalSpy ended(m_live.page, &QWebEnginePage::renderProcessTerminated);
+        m_live.page->load(pageUrl(u"deepdom.html"_s));
         QVERIFY(ended.wait(60000));
-        QVERIFY(!snapshot());
-        QVERIFY(load(u"simple.html"_s));
-        QVERIFY(snapshot());
+        QVERIFY(!m_live.snapshot());
+        QVERIFY(m_live.load(pageUrl(u"simple.html"_s)));
+        QVERIFY(m_live.snapshot());
     }
 
 private:
-    bool load(const QString &name);
-    DocumentPtr snapshot(const SnapshotLimits &limits = {});
-
-    std::unique_ptr<QWebEngineView> m_view;
-    WebPage *m_page = nullptr;
+    LivePage m_live;
 };
-
-bool tst_HostilePages::load(const QString &name)
-{
-    QSignalSpy loaded(m_page, &QWebEnginePage::loadFinished);
-    m_page->load(QUrl(pageUrl(name)));
-    return loaded.wait(60000);
-}
-
-DocumentPtr tst_HostilePages::snapshot(const SnapshotLimits &limits)
-{
-    // Shared with the callback, which may come after a test has given up on it.
-    const auto answer = std::make_shared<std::pair<bool, DocumentPtr>>(false, nullptr);
-    m_page->requestSnapshot([answer](DocumentPtr result) { *answer = {true, result}; }, limits);
-    QTest::qWaitFor([&] { return answer->first; }, 60000);
-    return answer->second;
-}
 
 QTEST_MAIN(tst_HostilePages)
 #include "tst_hostilepages.moc"

@@ -1,8 +1,7 @@
 #include "html/htmldocument.h"
-#include "browser/webpage.h"
+#include "livepage.h"
 #include "staticpages.h"
 
-#include <QWebEngineView>
 #include <QtTest>
 
 using namespace Qt::StringLiterals;
@@ -36,15 +35,6 @@ class tst_SnapshotParity : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase()
-    {
-        m_view = std::make_unique<QWebEngineView>();
-        m_page = new WebPage(m_view.get());
-        m_view->setPage(m_page);
-        m_view->resize(1024, 768);
-        m_view->show();
-    }
-
     void sameSnapshotBothWays_data() { addEveryPageRow(); }
 
     void sameSnapshotBothWays()
@@ -52,7 +42,8 @@ private slots:
         QFETCH(QString, path);
         if (const QString reason = whyNotStatic(path); !reason.isEmpty())
             QSKIP(qPrintable(reason));
-        const DocumentPtr live = browserSnapshot(path);
+        QVERIFY(m_live.load(QUrl::fromLocalFile(path)));
+        const DocumentPtr live = m_live.snapshot();
         QVERIFY(live);
         QFile file(path);
         QVERIFY(file.open(QIODevice::ReadOnly));
@@ -74,27 +65,8 @@ private slots:
     }
 
 private:
-    DocumentPtr browserSnapshot(const QString &path);
-
-    WebPage *m_page = nullptr;
-    std::unique_ptr<QWebEngineView> m_view;
+    LivePage m_live;
 };
-
-DocumentPtr tst_SnapshotParity::browserSnapshot(const QString &path)
-{
-    QSignalSpy loaded(m_page, &QWebEnginePage::loadFinished);
-    m_page->load(QUrl::fromLocalFile(path));
-    if (!loaded.wait(20000))
-        return nullptr;
-    DocumentPtr document;
-    bool done = false;
-    m_page->requestSnapshot([&](DocumentPtr result) {
-        document = result;
-        done = true;
-    });
-    QTest::qWaitFor([&] { return done; }, 20000);
-    return document;
-}
 
 QTEST_MAIN(tst_SnapshotParity)
 #include "tst_snapshotparity.moc"
