@@ -60,13 +60,12 @@ private slots:
     // The run's answer must find no window, and the next window must still get its own.
     void closingDuringARunInTheBrowser()
     {
-        QTemporaryDir dir;
         QueryFile query;
         query.Url1 = QUrl::fromLocalFile(QStringLiteral(TAMBERLINE_EXAMPLES_DIR "/prices.html")).toString();
         query.SearchText = u"Leeks"_s;
         query.NodeOffset = 2;
         query.ElemAttribs = {u"class=item"_s};
-        const QString path = dir.filePath(u"query.json"_s);
+        const QString path = m_dir.filePath(u"leeks.json"_s);
         query.save(path);
         auto first = std::make_unique<HostWindow>();
         QVERIFY(first->openFile(path));
@@ -109,12 +108,9 @@ private slots:
 
     void aBadFileChangesNothing()
     {
-        QTemporaryDir dir;
-        const QString path = dir.filePath(u"bad.json"_s);
+        const QString path = m_dir.filePath(u"bad.json"_s);
         QFile file(path);
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write("{\"Url1\": 5}");
-        file.close();
+        QVERIFY(file.open(QIODevice::WriteOnly) && file.write("{\"Url1\": 5}") && file.flush());
         ScriptedDialogs script;
         script.answerMessageBox(Dialogs::OK);
         HostWindow window;
@@ -127,8 +123,7 @@ private slots:
 
     void openThenSaveKeepsEveryFilter()
     {
-        QTemporaryDir dir;
-        const QString path = dir.filePath(u"query.json"_s);
+        const QString path = m_dir.filePath(u"filters.json"_s);
         QueryFile query;
         query.SearchText = u"x"_s;
         query.ElemAttribs = {u"a=1"_s, u"  "_s, u"b=2"_s, QString()};
@@ -145,8 +140,7 @@ private slots:
 
     void tooManyFiltersAreNotSaved()
     {
-        QTemporaryDir dir;
-        const QString path = dir.filePath(u"query.json"_s);
+        const QString path = m_dir.filePath(u"unsaved.json"_s);
         ScriptedDialogs script;
         script.answerMessageBox(Dialogs::OK);
         HostWindow window;
@@ -161,6 +155,7 @@ private slots:
 
 private:
     TestSettings m_settings;
+    QTemporaryDir m_dir;
 };
 
 QTEST_MAIN(tst_HostWindow)

@@ -96,8 +96,7 @@ private slots:
     void settingsRoundTrip()
     {
         TestSettings settings;
-        QCOMPARE(SettingsStore::getSetting(u"Preferences"_s, u"WindowTop"_s, u"120"_s),
-                 u"120"_s);
+        QCOMPARE(SettingsStore::getSetting(u"Preferences"_s, u"WindowTop"_s, u"120"_s), u"120"_s);
         SettingsStore::saveSetting(u"Preferences"_s, u"WindowTop"_s, u"300"_s);
         SettingsStore::saveSetting(u"Favorites"_s, u"Shop"_s, u"http://shop.example/"_s);
         SettingsStore::saveSetting(u"Favorites"_s, u"News"_s, u"http://news.example/"_s);
@@ -115,9 +114,8 @@ private slots:
         // Cut off in the middle of a line, as a full disk or a crash would leave it.
         QVERIFY(QDir().mkpath(QFileInfo(settings.iniFile()).path()));
         QFile file(settings.iniFile());
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write("[Favorites]\nKept=http://kept/\n[Preferences]\nWindowLeft=120\nWindowTo");
-        file.close();
+        QVERIFY(file.open(QIODevice::WriteOnly) && file.write("[Favorites]\nKept=http://kept/\n[Preferences]\nWindowLeft=120\nWindowTo")
+                && file.flush());
         QCOMPARE(SettingsStore::getSetting(u"Preferences"_s, u"WindowLeft"_s), u"120"_s);
         QCOMPARE(SettingsStore::getSetting(u"Favorites"_s, u"Kept"_s), u"http://kept/"_s);
         const QStringList aside = QFileInfo(settings.iniFile()).dir().entryList({u"*.unreadable-*"_s});
