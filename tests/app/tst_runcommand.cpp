@@ -23,15 +23,6 @@ const QByteArray shop = R"(<html><body><h1>Prices</h1><table>
 <tr><td class="item">Pears</td><td class="price">0.95</td></tr>
 </table></body></html>)";
 
-RunnableQuery query(const QString &text, int offset, const QStringList &filters = {})
-{
-    RunnableQuery q;
-    q.searchText = text;
-    q.nodeOffset = offset;
-    q.filters = filters;
-    return q;
-}
-
 struct Run {
     int status = -1;
     QByteArray out;
@@ -140,7 +131,7 @@ private slots:
             cut->cutReason = cutReason;
             document = cut;
         }
-        const RunResult result = EvaluateQuery(*document, query(text, offset, filters), WildcardMatcher());
+        const RunResult result = EvaluateQuery(*document, {{}, text, offset, filters}, WildcardMatcher());
         QVERIFY2(result.message.contains(cutReason), qPrintable(result.message));
         QCOMPARE(u"%1 %2 %3 %4"_s.arg(result.found).arg(result.returned).arg(result.matches).arg(result.reason), outcome);
         QCOMPARE(result.text, returnedText);
@@ -157,7 +148,7 @@ private slots:
         for (const int elements : {32767, 32768, 32769, 100000}) {
             const DocumentPtr document = parseHtmlDocument("<html><head></head><body>" + QByteArray("<p></p>").repeated(elements - 3), QString());
             QCOMPARE(document->length(), elements);
-            const RunResult result = EvaluateQuery(*document, query(u"x"_s, 0), WildcardMatcher());
+            const RunResult result = EvaluateQuery(*document, {{}, u"x"_s, 0, {}}, WildcardMatcher());
             QCOMPARE(result.reason, elements == 32767 ? u"no-match"_s : u"too-many-elements"_s);
         }
     }

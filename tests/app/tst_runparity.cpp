@@ -16,20 +16,13 @@ namespace {
 // Queries for every page: texts with and without wildcards, filters alone, offsets both ways.
 QList<RunnableQuery> queries()
 {
-    const auto make = [](const QString &text, int offset, const QStringList &filters) {
-        RunnableQuery query;
-        query.searchText = text;
-        query.nodeOffset = offset;
-        query.filters = filters;
-        return query;
-    };
-    return {make(u"*e*"_s, 0, {}),
-            make(u"*a?e*"_s, 1, {}),
-            make(QString(), 1, {u"tagName=td"_s}),
-            make(QString(), -1, {u"tagName=p"_s}),
-            make(u"Pears"_s, 2, {u"class=item"_s}),
-            make(u"*price*"_s, 0, {u"ParentTag=TR"_s}),
-            make(QString(), 0, {u"tagName=li"_s, u"sourceIndex=40"_s})};
+    return {{{}, u"*e*"_s, 0, {}},
+            {{}, u"*a?e*"_s, 1, {}},
+            {{}, QString(), 1, {u"tagName=td"_s}},
+            {{}, QString(), -1, {u"tagName=p"_s}},
+            {{}, u"Pears"_s, 2, {u"class=item"_s}},
+            {{}, u"*price*"_s, 0, {u"ParentTag=TR"_s}},
+            {{}, QString(), 0, {u"tagName=li"_s, u"sourceIndex=40"_s}}};
 }
 
 } // namespace
