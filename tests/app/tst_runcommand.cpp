@@ -268,8 +268,6 @@ private slots:
         row("an empty file", run({file(u"empty.html"_s, {})}), 1, nl, u"no-match"_s);
         row("binary garbage", run({file(u"garbage.bin"_s, garbage)}), 1, nl, u"no-match"_s);
         row("a link to itself", run({loop, m_page}), 1, nl + pears, u"cannot read"_s);
-        row("a missing file among good ones", run({m_page, m_dir.filePath(u"missing.html"_s), m_page}), 1, pears + nl + pears,
-            u"missing.html"_s);
         file(u"ab:c.html"_s, shop);
         row("a file named like an address", run({u"ab:c.html"_s, m_page}), 0, pears + pears, {});
         row("a missing file after a drive letter", run({u"C:shop.html"_s, m_page}), 1, nl + pears, u"C:shop.html: No such file or directory"_s);

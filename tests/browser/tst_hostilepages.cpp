@@ -46,7 +46,7 @@ private slots:
         QCOMPARE(document->innerText(document->length() - 2), u"done"_s);
         // One good call after the storm: once it arrives, the channel has delivered all before it.
         m_live.page->runJavaScript(u"new QWebChannel(qt.webChannelTransport, (c) => c.objects.pageEvents.pointerOver(2))"_s,
-                              WebPage::SafeJsWorld);
+                                   WebPage::SafeJsWorld);
         QVERIFY(pointed.wait(30000));
         QCOMPARE(pointed.count() + doubleClicked.count() + selected.count(), 1);
     }

@@ -34,7 +34,6 @@ public:
     const QList<Dialogs::MessageBoxCall> &messageBoxes() const { return m_messageBoxes; }
     const QList<Dialogs::InputBoxCall> &inputBoxes() const { return m_inputBoxes; }
     const QStringList &modalWindows() const { return m_modalWindows; }
-    const QStringList &unexpected() const { return m_unexpected; }
     // True when every scripted answer was used and nothing unscripted came up.
     bool done() const;
     QString pending() const;

@@ -123,9 +123,6 @@ private slots:
 
         click(&dialog, "cmdRemoveProp");
         QCOMPARE(dialog.lines(), (QStringList{u"plain"_s, u"x=1"_s}));
-        list->clearSelection();
-        click(&dialog, "cmdRemoveProp");
-        QCOMPARE(dialog.lines(), (QStringList{u"plain"_s, u"x=1"_s}));
         QVERIFY2(script.done(), qPrintable(script.pending()));
     }
 
