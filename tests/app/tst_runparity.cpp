@@ -43,16 +43,14 @@ private slots:
         const DocumentPtr live = browser().load(source);
         const DocumentPtr parsed = readStaticDocument(source);
         const WildcardMatcher matcher([] { return 0.5; });
+        const auto outcome = [&](const DocumentPtr &page, const RunnableQuery &query) {
+            const RunResult r = EvaluateQuery(*page, query, matcher);
+            return u"%1/%2/%3 %4"_s.arg(r.found).arg(r.returned).arg(r.matches).arg(r.reason);
+        };
         for (const RunnableQuery &query : queries()) {
-            const RunResult a = EvaluateQuery(*live, query, matcher);
-            const RunResult b = EvaluateQuery(*parsed, query, matcher);
-            const QString what = u"query \"%1\" %2 offset %3: browser %4/%5/%6 %7, static %8/%9/%10 %11"_s
-                                     .arg(query.searchText, query.filters.join(u' '))
-                                     .arg(query.nodeOffset)
-                                     .arg(a.found).arg(a.returned).arg(a.matches).arg(a.reason)
-                                     .arg(b.found).arg(b.returned).arg(b.matches).arg(b.reason);
-            QVERIFY2(a.found == b.found && a.returned == b.returned && a.matches == b.matches && a.reason == b.reason,
-                     qPrintable(what));
+            const QString shown = outcome(live, query), read = outcome(parsed, query);
+            QVERIFY2(shown == read, qPrintable(u"query \"%1\" %2 offset %3: browser %4, static %5"_s
+                                                   .arg(query.searchText, query.filters.join(u' ')).arg(query.nodeOffset).arg(shown, read)));
         }
     }
 

@@ -1,5 +1,6 @@
 #include "control/dispatch.h"
 #include "control/controlaccess.h"
+#include "freshquery.h"
 #include "platform/runtimeerror.h"
 #include "datatable.h"
 
@@ -29,11 +30,7 @@ class tst_Dispatch : public QObject
     Q_OBJECT
 
 private slots:
-    void init()
-    {
-        Tamberline control;
-        control.ClearAttribs();
-    }
+    void init() { resetThreadQuery(); }
 
     void tableKeepsTheInterfaceOrder()
     {

@@ -79,14 +79,13 @@ private slots:
         if (boxes)
             script.answerMessageBox(Dialogs::OK);
         QMainWindow window;
-        int reached = 0;
+        bool reached = false;
         const bool ok = runHandler(&window, HandlerOrigin(origin), [&] {
-            reached = 1;
+            reached = true;
             throw RuntimeError(ErrorNumber::Overflow);
-            reached = 2;
         });
         QVERIFY(!ok);
-        QCOMPARE(reached, 1);
+        QVERIFY(reached);
         QCOMPARE(window.statusBar()->currentMessage(), u"Run-time error '6': Overflow"_s);
         QCOMPARE(script.messageBoxes().size(), boxes);
         QVERIFY2(script.done(), qPrintable(script.pending()));
