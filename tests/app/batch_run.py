@@ -64,7 +64,7 @@ def check_http(program, folder, servers):
         if stats.agents != {"tamberline/0.1"} and not all(a.startswith("tamberline/") for a in stats.agents):
             fail(f"User-Agent {stats.agents}")
     requests = sum((s.stats.requests for s in servers), batchserver.collections.Counter())
-    for n, times in ((13, 2), (17, 2), (23, 1), (26, 2), (46, 1)):
+    for n, times in ((13, 2), (17, 2), (23, 1), (26, 2), (46, 1), (1009, 4)):
         if requests[f"/item/{n}"] != times:
             fail(f"/item/{n} asked {requests[f'/item/{n}']} times, not {times}")
 

@@ -1,6 +1,7 @@
 """Example pages served on the loopback, with the failures a real site has now and then.
 
 Each server is one host to the fetcher (its own port). /item/N answers, by N:
+  N == 1009     503 the first three times: the fetcher's last retry gets it
   N % 13 == 0   503 the first time
   N % 17 == 0   429 with Retry-After: 1 the first time
   N % 97 == 0   slowly (0.3 s)
@@ -78,6 +79,8 @@ class Handler(http.server.BaseHTTPRequestHandler):
             return self.send(302, headers=[("Location", f"/moved/{n}")])
         if n % 23 == 0:
             return self.send(404, b"gone")
+        if n == 1009 and seen <= 3:
+            return self.send(503, b"busy")
         if n % 13 == 0 and seen == 1:
             return self.send(503, b"busy")
         if n % 17 == 0 and seen == 1:
