@@ -6,6 +6,7 @@
 #include "scripteddialogs.h"
 
 #include <QAction>
+#include <QPointer>
 #include <QPushButton>
 #include <QTreeWidget>
 #include <QtTest>
@@ -15,20 +16,31 @@ QString testPageUrl(const QString &name)
     return QUrl::fromLocalFile(QStringLiteral(TAMBERLINE_TEST_DATA "/pages/") + name).toString();
 }
 
-bool editWithParser(Tamberline &control, ScriptedDialogs &script, const std::function<void(frmMain *)> &steps,
-                    bool waitForTree)
+ParserSession::ParserSession(const QString &url, bool allowNavigation)
+{
+    control.setUrl1(url);
+    control.setAllowNav2(allowNavigation);
+}
+
+void ParserSession::edit(const std::function<void(frmMain *)> &steps, bool waitForTree)
 {
     script.onModal([&](QWidget *window) {
-        auto *parser = qobject_cast<frmMain *>(window);
+        QPointer<frmMain> parser = qobject_cast<frmMain *>(window);
         QVERIFY2(parser, "the modal window is not the Page Parser");
-        if (waitForTree) {
-            QVERIFY(QTest::qWaitFor([&] { return parser->actionQueue().isEmpty() && parser->isDocumentComplete()
-                                                 && parser->nodeTree().count() > 1; },
-                                    20000));
-        }
-        steps(parser);
+        // A failed step returns early: Exit still ends the session rather than leave it hanging.
+        [&] {
+            if (waitForTree) {
+                QVERIFY(QTest::qWaitFor([&] { return parser->actionQueue().isEmpty() && parser->isDocumentComplete()
+                                                     && parser->nodeTree().count() > 1; },
+                                        20000));
+            }
+            steps(parser);
+        }();
+        if (parser && parser->isVisible())
+            triggerMenu(parser, "mnu_Exit");
     });
-    return control.EditQueryItem();
+    QVERIFY(control.EditQueryItem());
+    QVERIFY2(script.done(), qPrintable(script.pending()));
 }
 
 void clickButton(QWidget *window, const char *button)
