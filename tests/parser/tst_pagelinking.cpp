@@ -99,8 +99,9 @@ void tst_PageLinking::pageEventsSelectNodes()
         connect(tree, &QTreeWidget::currentItemChanged, &watching, [&](QTreeWidgetItem *node) { reached.append(NodeTree::keyOf(node)); });
         // A double click made up by the page's own script selects nothing; the user's own, on
         // the word, comes after it over the same channel and selects the word's node.
-        runInPage(parser, QStringLiteral("document.getElementById('near').dispatchEvent(new MouseEvent('dblclick',"
-                                         " {bubbles: true}))"));
+        runInPage(parser, QStringLiteral("(() => { const near = document.getElementById('near'), range = document.createRange();"
+                                         " range.selectNodeContents(near); getSelection().addRange(range);"
+                                         " near.dispatchEvent(new MouseEvent('dblclick', {bubbles: true})); getSelection().removeAllRanges(); })()"));
         const QPoint point = centreOf(parser, QStringLiteral("word"));
         QTest::mouseDClick(pageInput(parser), Qt::LeftButton, {}, point);
         QTest::mouseRelease(pageInput(parser), Qt::LeftButton, {}, point); // a double click ends released
