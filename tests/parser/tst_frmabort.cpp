@@ -6,6 +6,8 @@
 #include <QPushButton>
 #include <QtTest>
 
+using namespace Qt::StringLiterals;
+
 class tst_FrmAbort : public QObject
 {
     Q_OBJECT
@@ -21,13 +23,13 @@ void tst_FrmAbort::waitsForItsOwnerThenCentres()
     ScriptedDialogs script;
     frmMain owner;
     frmAbort dialog;
-    QCOMPARE(dialog.windowTitle(), QStringLiteral("Please Wait"));
+    QCOMPARE(dialog.windowTitle(), u"Please Wait"_s);
     QRect shownAt;
     QWidget *parentWhenShown = nullptr;
     script.onModal([&](QWidget *window) {
         shownAt = window->geometry();
         parentWhenShown = window->parentWidget();
-        QTest::mouseClick(window->findChild<QPushButton *>(QStringLiteral("cmdAbort")), Qt::LeftButton);
+        QTest::mouseClick(window->findChild<QPushButton *>(u"cmdAbort"_s), Qt::LeftButton);
     });
     QTimer::singleShot(300, &owner, [&] { owner.show(); });
     dialog.showFor(&owner);

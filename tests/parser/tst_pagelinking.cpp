@@ -14,6 +14,8 @@
 #include <QWebEngineView>
 #include <QtTest>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 QStringList rowTexts(frmMain *parser)
@@ -69,22 +71,22 @@ void tst_PageLinking::init()
 {
     m_settings = std::make_unique<TestSettings>();
     resetThreadQuery();
-    m_session = std::make_unique<ParserSession>(testPageUrl(QStringLiteral("linking.html")));
+    m_session = std::make_unique<ParserSession>(testPageUrl(u"linking.html"_s));
 }
 
 void tst_PageLinking::nodeClickScrollsAndLists()
 {
-    m_session->control.setElemAttribs(-1, QStringLiteral("class=target"));
+    m_session->control.setElemAttribs(-1, u"class=target"_s);
     m_session->edit([&](frmMain *parser) {
-        const int far = elementWithId(parser->hdoc(), QStringLiteral("far"));
+        const int far = elementWithId(parser->hdoc(), u"far"_s);
         QVERIFY(far > 0);
         clickNode(parser, parser->nodeTree().node(nodeKey(far)));
-        QTRY_VERIFY(runInPage(parser, QStringLiteral("window.scrollY")).toDouble() > 500);
-        QCOMPARE(rowTexts(parser), (QStringList{QStringLiteral("id=far"), QStringLiteral("class=target"), QStringLiteral("tagName=DIV"),
-                                                QStringLiteral("ParentTag=BODY"), QStringLiteral("sourceIndex=%1").arg(far)}));
+        QTRY_VERIFY(runInPage(parser, u"window.scrollY"_s).toDouble() > 500);
+        QCOMPARE(rowTexts(parser), (QStringList{u"id=far"_s, u"class=target"_s, u"tagName=DIV"_s,
+                                                u"ParentTag=BODY"_s, u"sourceIndex=%1"_s.arg(far)}));
         QCOMPARE(parser->SearchStart(), far + 1);
         clickNode(parser, parser->nodeTree().node(RootKey));
-        QTRY_COMPARE(runInPage(parser, QStringLiteral("window.scrollY")).toDouble(), 0.0);
+        QTRY_COMPARE(runInPage(parser, u"window.scrollY"_s).toDouble(), 0.0);
         QCOMPARE(parser->SearchStart(), 0);
     });
 }
@@ -93,7 +95,7 @@ void tst_PageLinking::pageEventsSelectNodes()
 {
     m_session->edit([&](frmMain *parser) {
         auto *tree = child<QTreeWidget>(parser, "tvu");
-        QCOMPARE(NodeTree::keyOf(tree->currentItem()), QStringLiteral("RootKey")); // the opening search with nothing to find
+        QCOMPARE(NodeTree::keyOf(tree->currentItem()), u"RootKey"_s); // the opening search with nothing to find
         QStringList reached;
         QObject watching;
         connect(tree, &QTreeWidget::currentItemChanged, &watching, [&](QTreeWidgetItem *node) { reached.append(NodeTree::keyOf(node)); });
@@ -102,13 +104,13 @@ void tst_PageLinking::pageEventsSelectNodes()
         runInPage(parser, QStringLiteral("(() => { const near = document.getElementById('near'), range = document.createRange();"
                                          " range.selectNodeContents(near); getSelection().addRange(range);"
                                          " near.dispatchEvent(new MouseEvent('dblclick', {bubbles: true})); getSelection().removeAllRanges(); })()"));
-        const QPoint point = centreOf(parser, QStringLiteral("word"));
+        const QPoint point = centreOf(parser, u"word"_s);
         QTest::mouseDClick(pageInput(parser), Qt::LeftButton, {}, point);
         QTest::mouseRelease(pageInput(parser), Qt::LeftButton, {}, point); // a double click ends released
-        const QString word = nodeKey(elementWithId(parser->hdoc(), QStringLiteral("word")));
+        const QString word = nodeKey(elementWithId(parser->hdoc(), u"word"_s));
         QTRY_COMPARE(NodeTree::keyOf(tree->currentItem()), word);
         QCOMPARE(reached, QStringList{word});
-        QCOMPARE(rowTexts(parser).value(0), QStringLiteral("id=word"));
+        QCOMPARE(rowTexts(parser).value(0), u"id=word"_s);
     });
 }
 
@@ -116,12 +118,12 @@ void tst_PageLinking::pointerTextAndTheNodeMenu()
 {
     m_session->edit([&](frmMain *parser) {
         QWidget *input = pageInput(parser);
-        const QPoint word = centreOf(parser, QStringLiteral("word"));
+        const QPoint word = centreOf(parser, u"word"_s);
         // The pointer enters the page, then reaches the word; the engine may drop moves while busy.
         bool onWord = false;
         QVERIFY(QTest::qWaitFor([&] {
             QTest::mouseMove(input, (onWord = !onWord) ? word : QPoint(2, 2));
-            return parser->statusText() == QStringLiteral("doubleword");
+            return parser->statusText() == u"doubleword"_s;
         }, 15000));
 
         auto *tree = child<QTreeWidget>(parser, "tvu");
@@ -130,7 +132,7 @@ void tst_PageLinking::pointerTextAndTheNodeMenu()
         QTest::mouseMove(tree->viewport(), empty); // leaving the page clears the panel
         QTRY_COMPARE(parser->statusText(), QString());
         QTest::mouseMove(tree->viewport(), tree->visualItemRect(root).center());
-        QTRY_VERIFY(parser->statusText().startsWith(QStringLiteral("Top of the page")));
+        QTRY_VERIFY(parser->statusText().startsWith(u"Top of the page"_s));
         const QString overTree = parser->statusText();
         QTest::mouseMove(tree->viewport(), empty);
         QCOMPARE(parser->statusText(), overTree); // empty tree space leaves the last text
@@ -138,12 +140,12 @@ void tst_PageLinking::pointerTextAndTheNodeMenu()
         // The node menu opens on the selected node only.
         auto *menu = child<QMenu>(parser, "mnu_NodeOperations");
         clickNode(parser, root);
-        clickNode(parser, parser->nodeTree().node(QStringLiteral("K0")), Qt::RightButton);
+        clickNode(parser, parser->nodeTree().node(u"K0"_s), Qt::RightButton);
         QVERIFY(!menu->isVisible());
         clickNode(parser, root, Qt::RightButton);
         QTRY_VERIFY(menu->isVisible());
         QVERIFY(!child<QAction>(parser, "mnu_NodeOperSetRetNode")->isEnabled()); // no search node marked yet
-        QVERIFY(parser->PopupNodeText().startsWith(QStringLiteral("Top of the page")));
+        QVERIFY(parser->PopupNodeText().startsWith(u"Top of the page"_s));
         menu->hide();
     });
 }
@@ -151,23 +153,23 @@ void tst_PageLinking::pointerTextAndTheNodeMenu()
 void tst_PageLinking::optionsAndEditorRefreshTheList()
 {
     m_session->edit([&](frmMain *parser) {
-        clickNode(parser, parser->nodeTree().node(nodeKey(elementWithId(parser->hdoc(), QStringLiteral("far")))));
+        clickNode(parser, parser->nodeTree().node(nodeKey(elementWithId(parser->hdoc(), u"far"_s))));
         const QStringList nonEmpty = rowTexts(parser);
-        QVERIFY(!nonEmpty.contains(QStringLiteral("title=")));
-        QVERIFY(!nonEmpty.contains(QStringLiteral("data-note=null")));
+        QVERIFY(!nonEmpty.contains(u"title="_s));
+        QVERIFY(!nonEmpty.contains(u"data-note=null"_s));
         QTest::mouseClick(child<QRadioButton>(parser, "chkShowProps_0"), Qt::LeftButton);
         const QStringList all = rowTexts(parser);
-        QVERIFY(all.contains(QStringLiteral("title=")));
-        QVERIFY(all.contains(QStringLiteral("data-note=null")));
+        QVERIFY(all.contains(u"title="_s));
+        QVERIFY(all.contains(u"data-note=null"_s));
         m_session->script.onModal([](QWidget *window) {
             auto *editor = qobject_cast<frmAddProp *>(window);
             QVERIFY(editor);
-            editor->AddProp(QStringLiteral("class"), QStringLiteral("target"));
+            editor->AddProp(u"class"_s, u"target"_s);
             clickButton(editor, "cmdFinish");
         });
         clickButton(parser, "cmdEditProps");
         QCOMPARE(rowTexts(parser), all);
-        QCOMPARE(m_session->control.ElemAttribs(0), QStringLiteral("class=target"));
+        QCOMPARE(m_session->control.ElemAttribs(0), u"class=target"_s);
     });
 }
 

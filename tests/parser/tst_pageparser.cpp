@@ -20,6 +20,8 @@
 
 #include <sys/resource.h>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 QString writePage(QTemporaryDir &dir, int elements)
@@ -30,7 +32,7 @@ QString writePage(QTemporaryDir &dir, int elements)
     for (int i = 3; i < elements; ++i)
         html.append("<div></div>");
     html.append("</body></html>");
-    const QString path = dir.filePath(QStringLiteral("page%1.html").arg(elements));
+    const QString path = dir.filePath(u"page%1.html"_s.arg(elements));
     QFile file(path);
     if (!file.open(QIODevice::WriteOnly) || file.write(html) != html.size())
         return {};
@@ -77,20 +79,20 @@ void tst_PageParser::init()
 void tst_PageParser::opensOnTheQueryPage()
 {
     ParserSession session;
-    session.control.setSearchText(QStringLiteral("Pears"));
+    session.control.setSearchText(u"Pears"_s);
     session.control.setNodeOffset(1);
     session.edit([&](frmMain *parser) {
         QStringList tags;
         for (QTreeWidgetItem *node : parser->nodeTree().nodesInOrder())
             tags.append(NodeTree::keyOf(node) + u':' + node->text(0));
-        QCOMPARE(tags.mid(0, 6), (QStringList{QStringLiteral("RootKey:Document"), QStringLiteral("K0:HTML"), QStringLiteral("K1:HEAD"),
-                                              QStringLiteral("K2:TITLE"), QStringLiteral("K3:BODY"), QStringLiteral("K4:H1")}));
-        QCOMPARE(parser->windowTitle(), QStringLiteral("Simple page"));
-        QCOMPARE(child<QLineEdit>(parser, "txtSearchText")->text(), QStringLiteral("Pears"));
-        QCOMPARE(child<QLineEdit>(parser, "txtNodeOffset")->text(), QStringLiteral("1"));
+        QCOMPARE(tags.mid(0, 6), (QStringList{u"RootKey:Document"_s, u"K0:HTML"_s, u"K1:HEAD"_s,
+                                              u"K2:TITLE"_s, u"K3:BODY"_s, u"K4:H1"_s}));
+        QCOMPARE(parser->windowTitle(), u"Simple page"_s);
+        QCOMPARE(child<QLineEdit>(parser, "txtSearchText")->text(), u"Pears"_s);
+        QCOMPARE(child<QLineEdit>(parser, "txtNodeOffset")->text(), u"1"_s);
         auto *box = child<QComboBox>(parser, "cmboUrl");
         QCOMPARE(box->count(), 1);
-        QCOMPARE(box->itemText(0), testPageUrl(QStringLiteral("simple.html")));
+        QCOMPARE(box->itemText(0), testPageUrl(u"simple.html"_s));
 
         // The page's own script selects the bold word: its node is selected, shown and listed.
         runInPage(parser, QStringLiteral("(() => { const range = document.createRange();"
@@ -98,13 +100,13 @@ void tst_PageParser::opensOnTheQueryPage()
                                          " getSelection().removeAllRanges(); getSelection().addRange(range); })()"));
         parser->SelectNodeForSelection();
         auto *tree = child<QTreeWidget>(parser, "tvu");
-        QTRY_COMPARE(NodeTree::keyOf(tree->currentItem()), QStringLiteral("K14")); // html head title body h1 table tbody tr td td tr td td p b
+        QTRY_COMPARE(NodeTree::keyOf(tree->currentItem()), u"K14"_s); // html head title body h1 table tbody tr td td tr td td p b
         QVERIFY(tree->currentItem()->parent()->isExpanded());
         auto *properties = child<QTreeWidget>(parser, "lstProps");
         properties->clear();
         parser->SelectNodeForSelection();
-        QTRY_VERIFY(!properties->findItems(QStringLiteral("tagName"), Qt::MatchExactly).isEmpty());
-        QCOMPARE(properties->findItems(QStringLiteral("tagName"), Qt::MatchExactly).first()->text(1), QStringLiteral("B"));
+        QTRY_VERIFY(!properties->findItems(u"tagName"_s, Qt::MatchExactly).isEmpty());
+        QCOMPARE(properties->findItems(u"tagName"_s, Qt::MatchExactly).first()->text(1), u"B"_s);
 
         clickButton(parser, "cmdClose"); // nothing changed: no question
         QVERIFY(!parser->isVisible());
@@ -113,8 +115,8 @@ void tst_PageParser::opensOnTheQueryPage()
 
 void tst_PageParser::withoutNavigationThePageStaysEmpty()
 {
-    ParserSession session(testPageUrl(QStringLiteral("simple.html")), false);
-    session.control.setSearchText(QStringLiteral("Pears"));
+    ParserSession session(testPageUrl(u"simple.html"_s), false);
+    session.control.setSearchText(u"Pears"_s);
     session.edit([&](frmMain *parser) {
         QTRY_VERIFY(parser->actionQueue().isEmpty());
         QCOMPARE(parser->nodeTree().count(), 0);
@@ -127,43 +129,43 @@ void tst_PageParser::withoutNavigationThePageStaysEmpty()
 void tst_PageParser::emptyAddressOpensBlank()
 {
     ParserSession session(QString(), false);
-    session.control.setSearchText(QStringLiteral("dropped"));
+    session.control.setSearchText(u"dropped"_s);
     session.edit([&](frmMain *parser) {
-        QCOMPARE(child<QComboBox>(parser, "cmboUrl")->currentText(), QStringLiteral("about:blank"));
+        QCOMPARE(child<QComboBox>(parser, "cmboUrl")->currentText(), u"about:blank"_s);
         QCOMPARE(child<QLineEdit>(parser, "txtSearchText")->text(), QString());
         QVERIFY(child<QPushButton>(parser, "cmdGo")->isEnabled());
         QStringList tags;
         for (QTreeWidgetItem *node : parser->nodeTree().nodesInOrder())
             tags.append(node->text(0));
-        QCOMPARE(tags, (QStringList{QStringLiteral("Document"), QStringLiteral("HTML"), QStringLiteral("HEAD"), QStringLiteral("BODY")}));
+        QCOMPARE(tags, (QStringList{u"Document"_s, u"HTML"_s, u"HEAD"_s, u"BODY"_s}));
     });
 }
 
 void tst_PageParser::saveKeepsUntouchedMarkers()
 {
-    ParserSession session(QUrl::fromLocalFile(QStringLiteral(TAMBERLINE_TEST_DATA "/pages/")).toString() + QStringLiteral("%page%.html"));
+    ParserSession session(QUrl::fromLocalFile(QStringLiteral(TAMBERLINE_TEST_DATA "/pages/")).toString() + u"%page%.html"_s);
     Tamberline &control = session.control;
-    control.setSearchText(QStringLiteral("%fruit%*"));
-    session.script.answerPrompt(QStringLiteral("simple"));
-    session.script.answerPrompt(QStringLiteral("Pear"));
+    control.setSearchText(u"%fruit%*"_s);
+    session.script.answerPrompt(u"simple"_s);
+    session.script.answerPrompt(u"Pear"_s);
     session.script.answerMessageBox(Dialogs::Cancel); // first save: the caution, cancelled
     session.script.answerMessageBox(Dialogs::OK);     // second save: the caution, accepted
     session.edit([&](frmMain *parser) {
-        QCOMPARE(child<QComboBox>(parser, "cmboUrl")->currentText(), testPageUrl(QStringLiteral("simple.html")));
-        QCOMPARE(child<QLineEdit>(parser, "txtSearchText")->text(), QStringLiteral("Pear*"));
-        child<QLineEdit>(parser, "txtNodeOffset")->setText(QStringLiteral("4"));
+        QCOMPARE(child<QComboBox>(parser, "cmboUrl")->currentText(), testPageUrl(u"simple.html"_s));
+        QCOMPARE(child<QLineEdit>(parser, "txtSearchText")->text(), u"Pear*"_s);
+        child<QLineEdit>(parser, "txtNodeOffset")->setText(u"4"_s);
         clickButton(parser, "cmdSave");
         QCOMPARE(control.NodeOffset(), 0);
-        child<QLineEdit>(parser, "txtSearchText")->setText(QStringLiteral("Apple*"));
+        child<QLineEdit>(parser, "txtSearchText")->setText(u"Apple*"_s);
         clickButton(parser, "cmdSave");
         QVERIFY(parser->isVisible());
         clickButton(parser, "cmdClose");
         QVERIFY(!parser->isVisible());
     });
-    QVERIFY(session.script.messageBoxes().at(0).text.startsWith(QStringLiteral("Either the URL or the SearchText had property substitution, \r\n")));
+    QVERIFY(session.script.messageBoxes().at(0).text.startsWith(u"Either the URL or the SearchText had property substitution, \r\n"_s));
     QCOMPARE(session.script.messageBoxes().at(0).style, 49);
-    QVERIFY(control.Url1().endsWith(QStringLiteral("/%page%.html")));
-    QCOMPARE(control.SearchText(), QStringLiteral("Apple*"));
+    QVERIFY(control.Url1().endsWith(u"/%page%.html"_s));
+    QCOMPARE(control.SearchText(), u"Apple*"_s);
     QCOMPARE(control.NodeOffset(), 4);
 }
 
@@ -171,8 +173,8 @@ void tst_PageParser::closeAsksAboutChangedFilters_data()
 {
     QTest::addColumn<int>("answer");
     QTest::addColumn<QStringList>("filtersAfter");
-    QTest::newRow("No closes without saving") << int(Dialogs::No) << QStringList{QStringLiteral("id=x"), QStringLiteral("junk")};
-    QTest::newRow("Yes saves, then closes") << int(Dialogs::Yes) << QStringList{QStringLiteral("id=x")};
+    QTest::newRow("No closes without saving") << int(Dialogs::No) << QStringList{u"id=x"_s, u"junk"_s};
+    QTest::newRow("Yes saves, then closes") << int(Dialogs::Yes) << QStringList{u"id=x"_s};
 }
 
 void tst_PageParser::closeAsksAboutChangedFilters()
@@ -182,8 +184,8 @@ void tst_PageParser::closeAsksAboutChangedFilters()
     ParserSession session;
     // The opening search finds no such element and lists the document's attributes: id=x as a
     // ticked filter row; "junk" has no "=" and no row, and that counts as a change.
-    session.control.setElemAttribs(-1, QStringLiteral("id=x"));
-    session.control.setElemAttribs(-1, QStringLiteral("junk"));
+    session.control.setElemAttribs(-1, u"id=x"_s);
+    session.control.setElemAttribs(-1, u"junk"_s);
     session.script.answerMessageBox(Dialogs::No);
     session.script.answerMessageBox(Dialogs::Cancel);
     session.script.answerMessageBox(answer);
@@ -194,7 +196,7 @@ void tst_PageParser::closeAsksAboutChangedFilters()
         QVERIFY(!parser->isVisible());
     });
     const Dialogs::MessageBoxCall box = session.script.messageBoxes().at(1);
-    QCOMPARE(box.title, QStringLiteral("Changes Detected"));
+    QCOMPARE(box.title, u"Changes Detected"_s);
     QCOMPARE(box.style, 3);
     QCOMPARE(box.text, QStringLiteral("Settings have been changed,\r\nWould you like to save?\r\n\r\n"
                                       "\tYes: Saves changes and exits\r\n\tNo: Exits without saving\r\n\tCancel: Cancel exiting"));
@@ -204,15 +206,15 @@ void tst_PageParser::closeAsksAboutChangedFilters()
 void tst_PageParser::exitNeverAsks()
 {
     ParserSession session;
-    session.control.setElemAttribs(-1, QStringLiteral("id=x"));
+    session.control.setElemAttribs(-1, u"id=x"_s);
     session.script.answerMessageBox(Dialogs::No); // the opening search finds no such element
     session.edit([&](frmMain *parser) {
-        child<QLineEdit>(parser, "txtNodeOffset")->setText(QStringLiteral("9"));
+        child<QLineEdit>(parser, "txtNodeOffset")->setText(u"9"_s);
         triggerMenu(parser, "mnu_Exit");
         QVERIFY(!parser->isVisible());
     });
     QCOMPARE(session.control.NodeOffset(), 0);
-    QCOMPARE(session.control.ElemAttribs(0), QStringLiteral("id=x"));
+    QCOMPARE(session.control.ElemAttribs(0), u"id=x"_s);
 }
 
 void tst_PageParser::hostTimerWhileOpen_data()
@@ -275,11 +277,10 @@ void tst_PageParser::goesWhereAsked()
         QStringList tags;
         for (QTreeWidgetItem *node : parser->nodeTree().nodesInOrder())
             tags.append(node->text(0));
-        QCOMPARE(tags.mid(0, 7), (QStringList{QStringLiteral("Document"), QStringLiteral("HTML"), QStringLiteral("HEAD"),
-                                              QStringLiteral("TITLE"), QStringLiteral("FRAMESET"), QStringLiteral("FRAME"),
-                                              QStringLiteral("FRAME")}));
+        QCOMPARE(tags.mid(0, 7), (QStringList{u"Document"_s, u"HTML"_s, u"HEAD"_s, u"TITLE"_s, u"FRAMESET"_s, u"FRAME"_s,
+                                              u"FRAME"_s}));
         // Enter on an address from the history is one Go too, not two.
-        box->setEditText(testPageUrl(QStringLiteral("simple.html")));
+        box->setEditText(testPageUrl(u"simple.html"_s));
         QTest::keyClick(box->lineEdit(), Qt::Key_Return);
         QTRY_COMPARE(completed.count(), 2);
         QTRY_VERIFY(!parser->page()->isLoading());
@@ -288,28 +289,28 @@ void tst_PageParser::goesWhereAsked()
 
         // A page the host refuses: Go clears the tree and nothing comes to fill it.
         parser->setNavigationAllowed(false);
-        box->setEditText(testPageUrl(QStringLiteral("hostile.html")));
+        box->setEditText(testPageUrl(u"hostile.html"_s));
         QSignalSpy finished(parser->page(), &QWebEnginePage::loadFinished);
         clickButton(parser, "cmdGo");
         QTRY_VERIFY(!finished.isEmpty());
-        QCOMPARE(parser->page()->url(), QUrl(testPageUrl(QStringLiteral("simple.html"))));
+        QCOMPARE(parser->page()->url(), QUrl(testPageUrl(u"simple.html"_s)));
         QCOMPARE(parser->nodeTree().count(), 0);
     });
 }
 
 void tst_PageParser::pageScriptsAreLockedOut()
 {
-    ParserSession session(testPageUrl(QStringLiteral("hostile.html")));
+    ParserSession session(testPageUrl(u"hostile.html"_s));
     session.edit([&](frmMain *parser) {
         const DocumentPtr document = parser->hdoc();
         const auto textOf = [&](const char *id) {
             const int element = elementWithId(document, QString::fromLatin1(id));
-            return element < 0 ? QStringLiteral("(no element)") : document->innerText(element).toString();
+            return element < 0 ? u"(no element)"_s : document->innerText(element).toString();
         };
-        QCOMPARE(textOf("read"), QStringLiteral("refused"));
-        QCOMPARE(textOf("open"), QStringLiteral("no window"));
-        QCOMPARE(textOf("bridge"), QStringLiteral("undefined"));
-        QCOMPARE(textOf("channel"), QStringLiteral("undefined undefined"));
+        QCOMPARE(textOf("read"), u"refused"_s);
+        QCOMPARE(textOf("open"), u"no window"_s);
+        QCOMPARE(textOf("bridge"), u"undefined"_s);
+        QCOMPARE(textOf("channel"), u"undefined undefined"_s);
     });
 }
 
@@ -330,18 +331,17 @@ void tst_PageParser::bigPages()
         QVERIFY(!parser->isVisible());
     }, false);
     const QString text = session.script.messageBoxes().first().text;
-    QVERIFY2(text.contains(QStringLiteral("32,768 elements")), qPrintable(text));
+    QVERIFY2(text.contains(u"32,768 elements"_s), qPrintable(text));
     rusage usage{};
     getrusage(RUSAGE_SELF, &usage);
-    QVERIFY2(usage.ru_maxrss < 1024 * 1024, qPrintable(QStringLiteral("%1 kB").arg(usage.ru_maxrss)));
+    QVERIFY2(usage.ru_maxrss < 1024 * 1024, qPrintable(u"%1 kB"_s.arg(usage.ru_maxrss)));
 }
 
 void tst_PageParser::placementIsRestoredClamped()
 {
-    SettingsStore::saveSettings(QStringLiteral("Preferences"), {{QStringLiteral("WindowLeft"), QStringLiteral("-3000")},
-                                                                {QStringLiteral("WindowTop"), QStringLiteral("150")},
-                                                                {QStringLiteral("WindowWidth"), QStringLiteral("9000")},
-                                                                {QStringLiteral("WindowHeight"), QStringLiteral("900000")}});
+    SettingsStore::saveSettings(u"Preferences"_s, {{u"WindowLeft"_s, u"-3000"_s}, {u"WindowTop"_s, u"150"_s},
+                                                                {u"WindowWidth"_s, u"9000"_s},
+                                                                {u"WindowHeight"_s, u"900000"_s}});
     frmMain parser;
     const QRect screen = parser.screen()->geometry();
     QCOMPARE(parser.x(), 0);
@@ -351,7 +351,7 @@ void tst_PageParser::placementIsRestoredClamped()
 
     parser.show();
     parser.resize(640, 480);
-    QTRY_COMPARE(SettingsStore::getSetting(QStringLiteral("Preferences"), QStringLiteral("WindowWidth")).toDouble(),
+    QTRY_COMPARE(SettingsStore::getSetting(u"Preferences"_s, u"WindowWidth"_s).toDouble(),
                  640 * 1440 / parser.screen()->logicalDotsPerInchX());
 }
 

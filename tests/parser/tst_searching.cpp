@@ -12,6 +12,8 @@
 #include <QTreeWidget>
 #include <QtTest>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 QString selectedKey(frmMain *parser)
@@ -24,19 +26,19 @@ QString selectedKey(frmMain *parser)
 void openNodeMenu(frmMain *parser)
 {
     clickNode(parser, child<QTreeWidget>(parser, "tvu")->currentItem(), Qt::RightButton);
-    QTRY_VERIFY(parser->findChild<QMenu *>(QStringLiteral("mnu_NodeOperations"))->isVisible());
+    QTRY_VERIFY(parser->findChild<QMenu *>(u"mnu_NodeOperations"_s)->isVisible());
 }
 
 void chooseFromMenu(frmMain *parser, const char *action)
 {
-    parser->findChild<QMenu *>(QStringLiteral("mnu_NodeOperations"))->hide();
+    parser->findChild<QMenu *>(u"mnu_NodeOperations"_s)->hide();
     triggerMenu(parser, action);
 }
 
 QString marksOf(frmMain *parser, const QString &key)
 {
     const QTreeWidgetItem *node = parser->nodeTree().node(key);
-    return (node->font(0).bold() ? QStringLiteral("bold ") : QString()) + QString::number(NodeTree::colourOf(node));
+    return (node->font(0).bold() ? u"bold "_s : QString()) + QString::number(NodeTree::colourOf(node));
 }
 
 } // namespace
@@ -68,11 +70,11 @@ void tst_Searching::opensOnTheBundledExampleAtItsNode()
 {
     ParserSession session{QString()};
     QueryFile::load(QStringLiteral(TAMBERLINE_EXAMPLES_DIR "/query.json")).applyTo(session.control);
-    session.script.answerPrompt(QStringLiteral("north"));
-    session.script.answerPrompt(QStringLiteral("Pears"));
+    session.script.answerPrompt(u"north"_s);
+    session.script.answerPrompt(u"Pears"_s);
     session.edit([&](frmMain *parser) {
         QTRY_VERIFY(!selectedKey(parser).isEmpty());
-        QCOMPARE(parser->hdoc()->innerText(numberFromKey(selectedKey(parser))).toString(), QStringLiteral("Pears"));
+        QCOMPARE(parser->hdoc()->innerText(numberFromKey(selectedKey(parser))).toString(), u"Pears"_s);
     });
 }
 
@@ -89,11 +91,11 @@ void tst_Searching::searchContinuesThenAsks()
     QFETCH(int, answer);
     QFETCH(bool, fromTheTop);
     ParserSession session;
-    session.control.setSearchText(QStringLiteral("*.??")); // the two prices
-    session.control.setElemAttribs(-1, QStringLiteral("class=price"));
+    session.control.setSearchText(u"*.??"_s); // the two prices
+    session.control.setElemAttribs(-1, u"class=price"_s);
     // A blank entry hides the rest from every reader, the search as much as the editors.
-    session.control.setElemAttribs(-1, QStringLiteral(" "));
-    session.control.setElemAttribs(-1, QStringLiteral("class=none"));
+    session.control.setElemAttribs(-1, u" "_s);
+    session.control.setElemAttribs(-1, u"class=none"_s);
     session.edit([&](frmMain *parser) {
         QTRY_VERIFY(!selectedKey(parser).isEmpty());
         const QString first = selectedKey(parser);
@@ -101,7 +103,7 @@ void tst_Searching::searchContinuesThenAsks()
         QVERIFY(selectedKey(parser) != first);
         session.script.answerMessageBox(answer);
         clickButton(parser, "cmdSearch");
-        QCOMPARE(selectedKey(parser), fromTheTop ? first : QStringLiteral("RootKey"));
+        QCOMPARE(selectedKey(parser), fromTheTop ? first : u"RootKey"_s);
     });
     const Dialogs::MessageBoxCall question = session.script.messageBoxes().first();
     QCOMPARE(question.style, 20);
@@ -113,7 +115,7 @@ void tst_Searching::searchContinuesThenAsks()
 void tst_Searching::nodeOperationsMarkAndMeasure()
 {
     ParserSession session(QUrl::fromLocalFile(QStringLiteral(TAMBERLINE_EXAMPLES_DIR "/prices.html")).toString());
-    session.control.setSearchText(QStringLiteral("Pears"));
+    session.control.setSearchText(u"Pears"_s);
     const auto mark = [&](frmMain *parser, int element, const char *action) {
         if (element >= 0)
             clickNode(parser, parser->nodeTree().node(nodeKey(element)));
@@ -130,25 +132,25 @@ void tst_Searching::nodeOperationsMarkAndMeasure()
         openNodeMenu(parser);
         QVERIFY(!setReturn->isEnabled());
         chooseFromMenu(parser, "mnu_NodeOperSetSearchNode");
-        QCOMPARE(offset->text(), QStringLiteral("0"));
-        QCOMPARE(marksOf(parser, searchKey), QStringLiteral("bold 255"));
+        QCOMPARE(offset->text(), u"0"_s);
+        QCOMPARE(marksOf(parser, searchKey), u"bold 255"_s);
 
         // The price two elements later, then an element before the search node.
         clickNode(parser, parser->nodeTree().node(later));
         openNodeMenu(parser);
         QVERIFY(setReturn->isEnabled());
         chooseFromMenu(parser, "mnu_NodeOperSetRetNode");
-        QCOMPARE(offset->text(), QStringLiteral("2"));
-        QCOMPARE(marksOf(parser, searchKey), QStringLiteral("bold 16711680"));
-        QCOMPARE(marksOf(parser, later), QStringLiteral("255"));
+        QCOMPARE(offset->text(), u"2"_s);
+        QCOMPARE(marksOf(parser, searchKey), u"bold 16711680"_s);
+        QCOMPARE(marksOf(parser, later), u"255"_s);
         mark(parser, search - 3, "mnu_NodeOperSetRetNode");
-        QCOMPARE(offset->text(), QStringLiteral("-3"));
-        QCOMPARE(marksOf(parser, later), QStringLiteral("0")); // the red mark moved
+        QCOMPARE(offset->text(), u"-3"_s);
+        QCOMPARE(marksOf(parser, later), u"0"_s); // the red mark moved
         clickButton(parser, "cmdSave");
         // A new search node takes the marks from the old search and return nodes.
         mark(parser, search + 2, "mnu_NodeOperSetSearchNode");
         QCOMPARE((QStringList{marksOf(parser, searchKey), marksOf(parser, before), marksOf(parser, later)}),
-                 (QStringList{QStringLiteral("0"), QStringLiteral("0"), QStringLiteral("bold 255")}));
+                 (QStringList{u"0"_s, u"0"_s, u"bold 255"_s}));
     });
     QCOMPARE(session.control.NodeOffset(), -3);
 }
@@ -156,20 +158,20 @@ void tst_Searching::nodeOperationsMarkAndMeasure()
 void tst_Searching::copyNodeTextAsksFirst()
 {
     ParserSession session;
-    session.control.setSearchText(QStringLiteral("Apples"));
+    session.control.setSearchText(u"Apples"_s);
     session.edit([&](frmMain *parser) {
         QTRY_VERIFY(!selectedKey(parser).isEmpty());
         auto *search = child<QLineEdit>(parser, "txtSearchText");
         openNodeMenu(parser);
         session.script.answerMessageBox(Dialogs::Cancel);
         chooseFromMenu(parser, "mnu_NodeOperAddText");
-        QCOMPARE(search->text(), QStringLiteral("Apples"));
+        QCOMPARE(search->text(), u"Apples"_s);
         search->clear(); // an empty box is overwritten without a question
         chooseFromMenu(parser, "mnu_NodeOperAddText");
-        QCOMPARE(search->text(), QStringLiteral("Apples"));
+        QCOMPARE(search->text(), u"Apples"_s);
     });
     QCOMPARE(session.script.messageBoxes().size(), 1);
-    QCOMPARE(session.script.messageBoxes().first().title, QStringLiteral("Caution"));
+    QCOMPARE(session.script.messageBoxes().first().title, u"Caution"_s);
     QCOMPARE(session.script.messageBoxes().first().style, 49);
 }
 

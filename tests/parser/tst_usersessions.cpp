@@ -22,6 +22,8 @@
 #include <QTreeWidget>
 #include <QtTest>
 
+using namespace Qt::StringLiterals;
+
 class tst_UserSessions : public QObject
 {
     Q_OBJECT
@@ -54,7 +56,7 @@ void tst_UserSessions::init()
 QString tst_UserSessions::writePage(const QByteArray &body)
 {
     static int count = 0;
-    const QString path = m_pages.filePath(QStringLiteral("page%1.html").arg(++count));
+    const QString path = m_pages.filePath(u"page%1.html"_s.arg(++count));
     QFile file(path);
     if (!file.open(QIODevice::WriteOnly))
         return {};
@@ -66,7 +68,7 @@ void tst_UserSessions::minimiseAndRestoreKeepTheEdit()
 {
     ParserSession session;
     session.script.onModalLeftOpen([&](QWidget *window) {
-        QTest::keyClicks(child<QLineEdit>(window, "txtSearchText"), QStringLiteral("Pears"));
+        QTest::keyClicks(child<QLineEdit>(window, "txtSearchText"), u"Pears"_s);
         window->showMinimized();
         QTRY_VERIFY(window->isMinimized());
         window->showNormal();
@@ -79,7 +81,7 @@ void tst_UserSessions::minimiseAndRestoreKeepTheEdit()
     });
     QVERIFY(session.control.EditQueryItem());
     QVERIFY2(session.script.done(), qPrintable(session.script.pending()));
-    QCOMPARE(session.control.SearchText(), QStringLiteral("Pears"));
+    QCOMPARE(session.control.SearchText(), u"Pears"_s);
 }
 
 void tst_UserSessions::addressBox_data()
@@ -102,15 +104,15 @@ void tst_UserSessions::addressBox()
     QFETCH(bool, goes);
     ParserSession session;
     const QString address = session.control.Url1();
-    session.control.setSearchText(QStringLiteral("0.95"));
-    session.control.setElemAttribs(-1, QStringLiteral("class=price"));
-    const QString typed = otherCase ? QStringLiteral("FILE") + address.mid(4) : address;
+    session.control.setSearchText(u"0.95"_s);
+    session.control.setElemAttribs(-1, u"class=price"_s);
+    const QString typed = otherCase ? u"FILE"_s + address.mid(4) : address;
     session.edit([&](frmMain *parser) {
         QVERIFY(QTest::qWaitForWindowActive(parser));
         auto *box = child<QComboBox>(parser, "cmboUrl");
         box->lineEdit()->setFocus();
         if (visitFirst) {
-            box->setEditText(address + QStringLiteral("?again"));
+            box->setEditText(address + u"?again"_s);
             QTest::keyClick(box->lineEdit(), Qt::Key_Return);
             QTRY_VERIFY(box->count() == 2 && parser->isDocumentComplete());
         }
@@ -126,7 +128,7 @@ void tst_UserSessions::addressBox()
         } else {
             // Go would have emptied the tree at once; a round trip to the page lets a load show.
             QVERIFY(parser->isDocumentComplete() && parser->nodeTree().count() > 1);
-            runInPage(parser, QStringLiteral("0"));
+            runInPage(parser, u"0"_s);
             QCOMPARE(started.count(), 0);
         }
         QCOMPARE(box->currentText(), typed);
@@ -134,7 +136,7 @@ void tst_UserSessions::addressBox()
     if (!goes)
         QCOMPARE(session.control.Url1(), typed);
     if (!goes && !visitFirst)
-        QCOMPARE(session.control.ElemAttribs(0), QStringLiteral("class=price"));
+        QCOMPARE(session.control.ElemAttribs(0), u"class=price"_s);
 }
 
 void tst_UserSessions::hoveringAHugeElement()
@@ -145,21 +147,21 @@ void tst_UserSessions::hoveringAHugeElement()
     ParserSession session(writePage("<pre id=\"huge\">" + lines + "</pre>"));
     session.edit([&](frmMain *parser) {
         const QSize before = parser->size();
-        const QString height = SettingsStore::getSetting(QStringLiteral("Preferences"), QStringLiteral("WindowHeight"));
+        const QString height = SettingsStore::getSetting(u"Preferences"_s, u"WindowHeight"_s);
         auto *tree = child<QTreeWidget>(parser, "tvu");
-        QTreeWidgetItem *node = parser->nodeTree().node(nodeKey(elementWithId(parser->hdoc(), QStringLiteral("huge"))));
+        QTreeWidgetItem *node = parser->nodeTree().node(nodeKey(elementWithId(parser->hdoc(), u"huge"_s)));
         for (QTreeWidgetItem *parent = node->parent(); parent; parent = parent->parent())
             parent->setExpanded(true);
         auto *panel = child<StatusPanel>(parser, "sttsPanel1");
         QTest::mouseMove(tree->viewport(), tree->visualItemRect(node).center());
-        QTRY_VERIFY(parser->statusText().size() > 4000 && panel->shownText().startsWith(QStringLiteral("line 0 of an element")));
+        QTRY_VERIFY(parser->statusText().size() > 4000 && panel->shownText().startsWith(u"line 0 of an element"_s));
         // A panel grown by the text would resize the window at the layout's next pass: run it now.
         QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
         QCOMPARE(parser->size(), before);
-        QCOMPARE(SettingsStore::getSetting(QStringLiteral("Preferences"), QStringLiteral("WindowHeight")), height);
+        QCOMPARE(SettingsStore::getSetting(u"Preferences"_s, u"WindowHeight"_s), height);
         QVERIFY(panel->height() < 40);
         QVERIFY(!panel->shownText().contains(u'\n'));
-        QVERIFY(panel->text().contains(QStringLiteral("line 99"))); // the whole text, for the node menu
+        QVERIFY(panel->text().contains(u"line 99"_s)); // the whole text, for the node menu
     });
 }
 
@@ -171,7 +173,7 @@ void tst_UserSessions::anErrorGivesThePanelBack()
         tree->setCurrentItem(nullptr);
         session.script.answerMessageBox(Dialogs::OK);
         triggerMenu(parser, "mnu_NodeOperSetSearchNode"); // no node selected: error 91
-        QVERIFY(parser->statusBar()->currentMessage().startsWith(QStringLiteral("Run-time error '91'")));
+        QVERIFY(parser->statusBar()->currentMessage().startsWith(u"Run-time error '91'"_s));
         QTest::mouseMove(tree->viewport(), tree->visualItemRect(parser->nodeTree().node(RootKey)).center());
         QTRY_VERIFY(!parser->statusText().isEmpty());
         QVERIFY(child<StatusPanel>(parser, "sttsPanel1")->isVisible());
@@ -191,13 +193,13 @@ void tst_UserSessions::aPageReadInPart()
         clickButton(parser, "cmdGo");
         QTRY_VERIFY(parser->isDocumentComplete() && parser->hdoc() && parser->hdoc()->cut);
         QTRY_COMPARE(script.messageBoxes().size(), 1);
-        QVERIFY(script.messageBoxes().at(0).text.startsWith(QStringLiteral("The page was read in part: the page text is too large")));
+        QVERIFY(script.messageBoxes().at(0).text.startsWith(u"The page was read in part: the page text is too large"_s));
         // A word in a text that was not read is not "not found": the search says why.
-        child<QLineEdit>(parser, "txtSearchText")->setText(QStringLiteral("beta"));
+        child<QLineEdit>(parser, "txtSearchText")->setText(u"beta"_s);
         script.answerMessageBox(Dialogs::OK);
         clickButton(parser, "cmdSearch");
         QCOMPARE(script.messageBoxes().size(), 2);
-        QVERIFY2(script.messageBoxes().at(1).text.contains(QStringLiteral("texts that were not read")),
+        QVERIFY2(script.messageBoxes().at(1).text.contains(u"texts that were not read"_s),
                  qPrintable(script.messageBoxes().at(1).text));
     });
 }
@@ -205,8 +207,8 @@ void tst_UserSessions::aPageReadInPart()
 void tst_UserSessions::matchesAreCountedMarkedAndStepped()
 {
     ParserSession session;
-    session.control.setSearchText(QStringLiteral("*.??")); // the two prices
-    session.control.setElemAttribs(-1, QStringLiteral("class=price"));
+    session.control.setSearchText(u"*.??"_s); // the two prices
+    session.control.setElemAttribs(-1, u"class=price"_s);
     session.edit([&](frmMain *parser) {
         const auto snapshot = [&]() -> DocumentPtr {
             DocumentPtr taken;
@@ -215,7 +217,7 @@ void tst_UserSessions::matchesAreCountedMarkedAndStepped()
         };
         const DocumentPtr before = snapshot();
         auto *panel = child<QLabel>(parser, "lblMatches");
-        QTRY_COMPARE(panel->text(), QStringLiteral("2 matches"));
+        QTRY_COMPARE(panel->text(), u"2 matches"_s);
         // Each found element outlined, and each returned one (the same, with offset 0) around it.
         QTRY_COMPARE(child<QWidget>(parser, "matchOverlay")->property("outlineCount").toInt(), 4);
         QStringList marked, stepped;
@@ -224,17 +226,17 @@ void tst_UserSessions::matchesAreCountedMarkedAndStepped()
                 marked.append(NodeTree::keyOf(node));
         }
         // td.price of both rows: html head title body h1 table tbody tr td td(8) tr td td(11)
-        QCOMPARE(marked, (QStringList{QStringLiteral("K9"), QStringLiteral("K12")}));
+        QCOMPARE(marked, (QStringList{u"K9"_s, u"K12"_s}));
         for (int i = 0; i < 3; ++i) {
             QTest::mouseClick(child<QToolButton>(parser, "cmdNextMatch"), Qt::LeftButton);
             stepped.append(NodeTree::keyOf(child<QTreeWidget>(parser, "tvu")->currentItem()));
         }
-        QCOMPARE(stepped, (QStringList{QStringLiteral("K9"), QStringLiteral("K12"), QStringLiteral("K9")}));
+        QCOMPARE(stepped, (QStringList{u"K9"_s, u"K12"_s, u"K9"_s}));
         const DocumentPtr after = snapshot();
         // The outlines leave the page's DOM as it was.
         QVERIFY(before->elements == after->elements && before->text() == after->text());
-        child<QLineEdit>(parser, "txtSearchText")->setText(QStringLiteral("nothing like this"));
-        QTRY_COMPARE(panel->text(), QStringLiteral("No match"));
+        child<QLineEdit>(parser, "txtSearchText")->setText(u"nothing like this"_s);
+        QTRY_COMPARE(panel->text(), u"No match"_s);
     });
 }
 
@@ -254,8 +256,8 @@ void tst_UserSessions::theTreeBeforeTheTexts()
         QVERIFY(parser->nodeTree().count() > 0 && !parser->isDocumentComplete());
         // Pointing at an element whose text has not arrived shows no stale or empty text.
         emit parser->page()->bridge()->elementPointed(20000);
-        QCOMPARE(child<StatusPanel>(parser, "sttsPanel1")->text(), QStringLiteral("Reading the page's texts\u2026"));
-        child<QLineEdit>(parser, "txtSearchText")->setText(QStringLiteral("the last"));
+        QCOMPARE(child<StatusPanel>(parser, "sttsPanel1")->text(), u"Reading the page's texts\u2026"_s);
+        child<QLineEdit>(parser, "txtSearchText")->setText(u"the last"_s);
         clickButton(parser, "cmdSearch"); // waits for the texts
         QCOMPARE(NodeTree::keyOf(child<QTreeWidget>(parser, "tvu")->currentItem()), nodeKey(20005)); // html head title body p, 20,000 i, p
     });
