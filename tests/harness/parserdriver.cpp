@@ -3,6 +3,7 @@
 #include <tamberline/tamberlinecontrol.h>
 #include "parser/frmmain.h"
 #include "browser/webpage.h"
+#include "freshquery.h"
 #include "scripteddialogs.h"
 
 #include <QAction>
@@ -14,6 +15,28 @@
 QString testPageUrl(const QString &name)
 {
     return QUrl::fromLocalFile(QStringLiteral(TAMBERLINE_TEST_DATA "/pages/") + name).toString();
+}
+
+void ParserTestCase::init()
+{
+    m_settings = std::make_unique<TestSettings>();
+    resetThreadQuery();
+}
+
+void ParserTestCase::cleanup()
+{
+    m_settings.reset();
+}
+
+QString ParserTestCase::writePage(const QByteArray &body)
+{
+    static int count = 0;
+    const QString path = m_pages.filePath(QStringLiteral("page%1.html").arg(++count));
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly))
+        return {};
+    file.write("<!DOCTYPE html><html><head><title>t</title></head><body>" + body + "</body></html>");
+    return QUrl::fromLocalFile(path).toString();
 }
 
 ParserSession::ParserSession(const QString &url, bool allowNavigation)

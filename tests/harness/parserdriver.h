@@ -2,13 +2,16 @@
 
 #include "document/document.h"
 #include "scripteddialogs.h"
+#include "testsettings.h"
 
 #include <tamberline/tamberlinecontrol.h>
 
 #include <QString>
+#include <QTemporaryDir>
 #include <QWidget>
 
 #include <functional>
+#include <memory>
 
 class QTreeWidgetItem;
 class frmMain;
@@ -17,6 +20,24 @@ class frmMain;
 
 // A test page's file URL.
 QString testPageUrl(const QString &name);
+
+// Each test with a fresh settings folder and the thread's query at its first values.
+class ParserTestCase : public QObject
+{
+    Q_OBJECT
+
+protected:
+    // A page with that body, in a folder that lasts the run; its file URL.
+    QString writePage(const QByteArray &body);
+
+private slots:
+    void init();
+    void cleanup();
+
+private:
+    std::unique_ptr<TestSettings> m_settings;
+    QTemporaryDir m_pages;
+};
 
 // A query on a page, as most sessions start. edit() opens the Page Parser through
 // EditQueryItem and runs the steps once the start-up queue ran and the page's tree is built

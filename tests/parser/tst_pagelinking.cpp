@@ -46,38 +46,22 @@ QWidget *pageInput(frmMain *parser)
 
 } // namespace
 
-class tst_PageLinking : public QObject
+class tst_PageLinking : public ParserTestCase
 {
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup()
-    {
-        m_session.reset();
-        m_settings.reset();
-    }
     void nodeClickScrollsAndLists();
     void pageEventsSelectNodes();
     void pointerTextAndTheNodeMenu();
     void optionsAndEditorRefreshTheList();
-
-private:
-    std::unique_ptr<TestSettings> m_settings;
-    std::unique_ptr<ParserSession> m_session;
 };
-
-void tst_PageLinking::init()
-{
-    m_settings = std::make_unique<TestSettings>();
-    resetThreadQuery();
-    m_session = std::make_unique<ParserSession>(testPageUrl(u"linking.html"_s));
-}
 
 void tst_PageLinking::nodeClickScrollsAndLists()
 {
-    m_session->control.setElemAttribs(-1, u"class=target"_s);
-    m_session->edit([&](frmMain *parser) {
+    ParserSession session(testPageUrl(u"linking.html"_s));
+    session.control.setElemAttribs(-1, u"class=target"_s);
+    session.edit([&](frmMain *parser) {
         const int far = elementWithId(parser->hdoc(), u"far"_s);
         QVERIFY(far > 0);
         clickNode(parser, parser->nodeTree().node(nodeKey(far)));
@@ -93,7 +77,8 @@ void tst_PageLinking::nodeClickScrollsAndLists()
 
 void tst_PageLinking::pageEventsSelectNodes()
 {
-    m_session->edit([&](frmMain *parser) {
+    ParserSession session(testPageUrl(u"linking.html"_s));
+    session.edit([&](frmMain *parser) {
         auto *tree = child<QTreeWidget>(parser, "tvu");
         QCOMPARE(NodeTree::keyOf(tree->currentItem()), u"RootKey"_s); // the opening search with nothing to find
         QStringList reached;
@@ -116,7 +101,8 @@ void tst_PageLinking::pageEventsSelectNodes()
 
 void tst_PageLinking::pointerTextAndTheNodeMenu()
 {
-    m_session->edit([&](frmMain *parser) {
+    ParserSession session(testPageUrl(u"linking.html"_s));
+    session.edit([&](frmMain *parser) {
         QWidget *input = pageInput(parser);
         const QPoint word = centreOf(parser, u"word"_s);
         // The pointer enters the page, then reaches the word; the engine may drop moves while busy.
@@ -152,7 +138,8 @@ void tst_PageLinking::pointerTextAndTheNodeMenu()
 
 void tst_PageLinking::optionsAndEditorRefreshTheList()
 {
-    m_session->edit([&](frmMain *parser) {
+    ParserSession session(testPageUrl(u"linking.html"_s));
+    session.edit([&](frmMain *parser) {
         clickNode(parser, parser->nodeTree().node(nodeKey(elementWithId(parser->hdoc(), u"far"_s))));
         const QStringList nonEmpty = rowTexts(parser);
         QVERIFY(!nonEmpty.contains(u"title="_s));
@@ -161,7 +148,7 @@ void tst_PageLinking::optionsAndEditorRefreshTheList()
         const QStringList all = rowTexts(parser);
         QVERIFY(all.contains(u"title="_s));
         QVERIFY(all.contains(u"data-note=null"_s));
-        m_session->script.onModal([](QWidget *window) {
+        session.script.onModal([](QWidget *window) {
             auto *editor = qobject_cast<frmAddProp *>(window);
             QVERIFY(editor);
             editor->AddProp(u"class"_s, u"target"_s);
@@ -169,7 +156,7 @@ void tst_PageLinking::optionsAndEditorRefreshTheList()
         });
         clickButton(parser, "cmdEditProps");
         QCOMPARE(rowTexts(parser), all);
-        QCOMPARE(m_session->control.ElemAttribs(0), u"class=target"_s);
+        QCOMPARE(session.control.ElemAttribs(0), u"class=target"_s);
     });
 }
 

@@ -24,33 +24,16 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-QString writePage(QTemporaryDir &dir, int elements)
-{
-    // html, head and body come with the page; the rest are empty divs.
-    QByteArray html("<!DOCTYPE html><html><head></head><body>");
-    html.reserve(elements * 11 + 64);
-    for (int i = 3; i < elements; ++i)
-        html.append("<div></div>");
-    html.append("</body></html>");
-    const QString path = dir.filePath(u"page%1.html"_s.arg(elements));
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(html) != html.size())
-        return {};
-    return QUrl::fromLocalFile(path).toString();
-}
-
 // What a host's timer does while a Page Parser is open.
 enum HostTimer { EditOnSecondControl, EndSecondControl, EndEditingControl };
 
 } // namespace
 
-class tst_PageParser : public QObject
+class tst_PageParser : public ParserTestCase
 {
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup() { m_settings.reset(); }
     void opensOnTheQueryPage();
     void withoutNavigationThePageStaysEmpty();
     void emptyAddressOpensBlank();
@@ -66,15 +49,7 @@ private slots:
     void placementIsRestoredClamped();
     void escapeRequestsAStop();
 
-private:
-    std::unique_ptr<TestSettings> m_settings;
 };
-
-void tst_PageParser::init()
-{
-    m_settings = std::make_unique<TestSettings>();
-    resetThreadQuery();
-}
 
 void tst_PageParser::opensOnTheQueryPage()
 {
@@ -317,11 +292,8 @@ void tst_PageParser::pageScriptsAreLockedOut()
 void tst_PageParser::bigPages()
 {
     // How many nodes each size leaves is tst_documenttree's; here the user is told and can go on.
-    const int elements = 32768;
-    QTemporaryDir dir;
-    const QString url = writePage(dir, elements);
-    QVERIFY(!url.isEmpty());
-    ParserSession session(url);
+    const int elements = 32768; // html, head, title and body, the rest empty divs
+    ParserSession session(writePage(QByteArray("<div></div>").repeated(elements - 4)));
     session.script.answerMessageBox(Dialogs::OK);
     session.edit([&](frmMain *parser) {
         QVERIFY(QTest::qWaitFor([&] { return parser->isDocumentComplete() && parser->actionQueue().isEmpty(); }, 60000));

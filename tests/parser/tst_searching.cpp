@@ -43,28 +43,18 @@ QString marksOf(frmMain *parser, const QString &key)
 
 } // namespace
 
-class tst_Searching : public QObject
+class tst_Searching : public ParserTestCase
 {
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup() { m_settings.reset(); }
     void opensOnTheBundledExampleAtItsNode();
     void searchContinuesThenAsks_data();
     void searchContinuesThenAsks();
     void nodeOperationsMarkAndMeasure();
     void copyNodeTextAsksFirst();
 
-private:
-    std::unique_ptr<TestSettings> m_settings;
 };
-
-void tst_Searching::init()
-{
-    m_settings = std::make_unique<TestSettings>();
-    resetThreadQuery();
-}
 
 void tst_Searching::opensOnTheBundledExampleAtItsNode()
 {

@@ -1,8 +1,7 @@
 #include "parser/frmmain.h"
 #include "parser/treewalks.h"
+#include "parserdriver.h"
 #include "platform/settingsstore.h"
-#include "scripteddialogs.h"
-#include "testsettings.h"
 
 #include <QKeyEvent>
 #include <QMenu>
@@ -50,13 +49,11 @@ QString expanded(const NodeTree &tree)
 
 } // namespace
 
-class tst_TreeWalks : public QObject
+class tst_TreeWalks : public ParserTestCase
 {
     Q_OBJECT
 
 private slots:
-    void init() { m_settings = std::make_unique<TestSettings>(); }
-    void cleanup() { m_settings.reset(); }
     void oneLevelAtATime();
     void emptyTree();
     void expandAllStopsAtEscape();
@@ -66,8 +63,6 @@ private slots:
     void favoriteNamesWithSlashes();
     void addingWithoutAPage();
 
-private:
-    std::unique_ptr<TestSettings> m_settings;
 };
 
 void tst_TreeWalks::oneLevelAtATime()

@@ -24,13 +24,11 @@
 
 using namespace Qt::StringLiterals;
 
-class tst_UserSessions : public QObject
+class tst_UserSessions : public ParserTestCase
 {
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup() { m_settings.reset(); }
     void minimiseAndRestoreKeepTheEdit();
     void addressBox_data();
     void addressBox();
@@ -40,29 +38,7 @@ private slots:
     void matchesAreCountedMarkedAndStepped();
     void theTreeBeforeTheTexts();
 
-private:
-    QString writePage(const QByteArray &body);
-
-    std::unique_ptr<TestSettings> m_settings;
-    QTemporaryDir m_pages;
 };
-
-void tst_UserSessions::init()
-{
-    m_settings = std::make_unique<TestSettings>();
-    resetThreadQuery();
-}
-
-QString tst_UserSessions::writePage(const QByteArray &body)
-{
-    static int count = 0;
-    const QString path = m_pages.filePath(u"page%1.html"_s.arg(++count));
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly))
-        return {};
-    file.write("<!DOCTYPE html><html><head><title>t</title></head><body>" + body + "</body></html>");
-    return QUrl::fromLocalFile(path).toString();
-}
 
 void tst_UserSessions::minimiseAndRestoreKeepTheEdit()
 {
