@@ -1,13 +1,8 @@
-#include <tamberline/tamberlinecontrol.h>
-#include "freshquery.h"
 #include "parser/frmmain.h"
 #include "parser/nodekeys.h"
 #include "parserdriver.h"
-#include "scripteddialogs.h"
-#include "testsettings.h"
 #include "wizard/frmaddprop.h"
 
-#include <QLineEdit>
 #include <QMenu>
 #include <QRadioButton>
 #include <QTreeWidget>

@@ -1,11 +1,7 @@
-#include <tamberline/tamberlinecontrol.h>
-#include "freshquery.h"
 #include "parser/frmmain.h"
 #include "parser/nodekeys.h"
 #include "parserdriver.h"
 #include "queryfile.h"
-#include "scripteddialogs.h"
-#include "testsettings.h"
 
 #include <QLineEdit>
 #include <QMenu>

@@ -1,7 +1,5 @@
 // Sessions in the Page Parser as users have them, driven by real events; each asserts what the
 // user left in the window is what the query holds, or what the user sees.
-#include <tamberline/tamberlinecontrol.h>
-#include "freshquery.h"
 #include "parser/frmmain.h"
 #include "parser/nodekeys.h"
 #include "parser/pagematches.h"
@@ -10,15 +8,12 @@
 #include "platform/settingsstore.h"
 #include "browser/pagebridge.h"
 #include "browser/webpage.h"
-#include "scripteddialogs.h"
-#include "testsettings.h"
 
 #include <QComboBox>
 #include <QLabel>
 #include <QToolButton>
 #include <QLineEdit>
 #include <QStatusBar>
-#include <QTemporaryDir>
 #include <QTreeWidget>
 #include <QtTest>
 
@@ -33,9 +28,8 @@ private slots:
     void addressBox_data();
     void addressBox();
     void hoveringAHugeElement();
-    void anErrorGivesThePanelBack();
     void aPageReadInPart();
-    void matchesAreCountedMarkedAndStepped();
+    void theStatusBarCountsMatchesAndShowsErrors();
     void theTreeBeforeTheTexts();
 
 };
@@ -141,22 +135,6 @@ void tst_UserSessions::hoveringAHugeElement()
     });
 }
 
-void tst_UserSessions::anErrorGivesThePanelBack()
-{
-    ParserSession session;
-    session.edit([&](frmMain *parser) {
-        auto *tree = child<QTreeWidget>(parser, "tvu");
-        tree->setCurrentItem(nullptr);
-        session.script.answerMessageBox(Dialogs::OK);
-        triggerMenu(parser, "mnu_NodeOperSetSearchNode"); // no node selected: error 91
-        QVERIFY(parser->statusBar()->currentMessage().startsWith(u"Run-time error '91'"_s));
-        QTest::mouseMove(tree->viewport(), tree->visualItemRect(parser->nodeTree().node(RootKey)).center());
-        QTRY_VERIFY(!parser->statusText().isEmpty());
-        QVERIFY(child<StatusPanel>(parser, "sttsPanel1")->isVisible());
-        QCOMPARE(parser->statusBar()->currentMessage(), QString());
-    });
-}
-
 void tst_UserSessions::aPageReadInPart()
 {
     ParserSession session(writePage("<p>alpha</p><p>beta</p>"));
@@ -180,7 +158,7 @@ void tst_UserSessions::aPageReadInPart()
     });
 }
 
-void tst_UserSessions::matchesAreCountedMarkedAndStepped()
+void tst_UserSessions::theStatusBarCountsMatchesAndShowsErrors()
 {
     ParserSession session;
     session.control.setSearchText(u"*.??"_s); // the two prices
@@ -213,6 +191,17 @@ void tst_UserSessions::matchesAreCountedMarkedAndStepped()
         QVERIFY(before->elements == after->elements && before->text() == after->text());
         child<QLineEdit>(parser, "txtSearchText")->setText(u"nothing like this"_s);
         QTRY_COMPARE(panel->text(), u"No match"_s);
+
+        // An error takes the status bar for a while; pointing at a node gives the panel back.
+        auto *tree = child<QTreeWidget>(parser, "tvu");
+        tree->setCurrentItem(nullptr);
+        session.script.answerMessageBox(Dialogs::OK);
+        triggerMenu(parser, "mnu_NodeOperSetSearchNode"); // no node selected: error 91
+        QVERIFY(parser->statusBar()->currentMessage().startsWith(u"Run-time error '91'"_s));
+        QTest::mouseMove(tree->viewport(), tree->visualItemRect(parser->nodeTree().node(RootKey)).center());
+        QTRY_VERIFY(!parser->statusText().isEmpty());
+        QVERIFY(child<StatusPanel>(parser, "sttsPanel1")->isVisible());
+        QCOMPARE(parser->statusBar()->currentMessage(), QString());
     });
 }
 
