@@ -31,7 +31,8 @@ void tst_FrmAbort::waitsForItsOwnerThenCentres()
         parentWhenShown = window->parentWidget();
         QTest::mouseClick(window->findChild<QPushButton *>(u"cmdAbort"_s), Qt::LeftButton);
     });
-    QTimer::singleShot(300, &owner, [&] { owner.show(); });
+    // The owner comes up only once the dialog is already waiting for it.
+    QMetaObject::invokeMethod(&owner, [&] { owner.show(); }, Qt::QueuedConnection);
     dialog.showFor(&owner);
     QVERIFY2(script.done(), qPrintable(script.pending()));
     QCOMPARE(parentWhenShown, &owner);
