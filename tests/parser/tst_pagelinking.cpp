@@ -100,12 +100,15 @@ void tst_PageLinking::pointerTextAndTheNodeMenu()
     session.edit([&](frmMain *parser) {
         QWidget *input = pageInput(parser);
         const QPoint word = centreOf(parser, u"word"_s);
-        // The pointer enters the page, then reaches the word; the engine may drop moves while busy.
-        bool onWord = false;
-        QVERIFY(QTest::qWaitFor([&] {
-            QTest::mouseMove(input, (onWord = !onWord) ? word : QPoint(2, 2));
-            return parser->statusText() == u"doubleword"_s;
-        }, 15000));
+        // The pointer enters the page, then reaches the word; the engine may drop moves while
+        // busy, so the pair is made again until the word's text comes. The last move is always
+        // onto the word: nothing from the page can come after its text.
+        for (int attempt = 0; attempt < 10 && parser->statusText() != u"doubleword"_s; ++attempt) {
+            QTest::mouseMove(input, QPoint(2, 2));
+            QTest::mouseMove(input, word);
+            QTest::qWaitFor([&] { return parser->statusText() == u"doubleword"_s; }, 1500);
+        }
+        QCOMPARE(parser->statusText(), u"doubleword"_s);
 
         auto *tree = child<QTreeWidget>(parser, "tvu");
         QTreeWidgetItem *root = parser->nodeTree().node(RootKey);

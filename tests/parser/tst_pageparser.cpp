@@ -43,7 +43,6 @@ private slots:
     void bigPages();
     void placementIsRestoredClamped();
     void escapeRequestsAStop();
-
 };
 
 void tst_PageParser::opensOnTheQueryPage()

@@ -49,7 +49,6 @@ private slots:
     void searchContinuesThenAsks();
     void nodeOperationsMarkAndMeasure();
     void copyNodeTextAsksFirst();
-
 };
 
 void tst_Searching::opensOnTheBundledExampleAtItsNode()

@@ -61,7 +61,6 @@ private slots:
     void favorites();
     void favoriteNamesWithSlashes();
     void addingWithoutAPage();
-
 };
 
 void tst_TreeWalks::oneLevelAtATime()

@@ -31,7 +31,6 @@ private slots:
     void aPageReadInPart();
     void theStatusBarCountsMatchesAndShowsErrors();
     void theTreeBeforeTheTexts();
-
 };
 
 void tst_UserSessions::minimiseAndRestoreKeepTheEdit()
