@@ -3,9 +3,11 @@
 #include <tamberline/tamberlinecontrol.h>
 #include "parser/frmmain.h"
 #include "browser/webpage.h"
+#include "freshquery.h"
 #include "scripteddialogs.h"
 
 #include <QAction>
+#include <QPointer>
 #include <QPushButton>
 #include <QTreeWidget>
 #include <QtTest>
@@ -15,20 +17,53 @@ QString testPageUrl(const QString &name)
     return QUrl::fromLocalFile(QStringLiteral(TAMBERLINE_TEST_DATA "/pages/") + name).toString();
 }
 
-bool editWithParser(Tamberline &control, ScriptedDialogs &script, const std::function<void(frmMain *)> &steps,
-                    bool waitForTree)
+void ParserTestCase::init()
+{
+    m_settings = std::make_unique<TestSettings>();
+    resetThreadQuery();
+}
+
+void ParserTestCase::cleanup()
+{
+    m_settings.reset();
+}
+
+QString ParserTestCase::writePage(const QByteArray &body)
+{
+    static int count = 0;
+    const QString path = m_pages.filePath(QStringLiteral("page%1.html").arg(++count));
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly))
+        return {};
+    file.write("<!DOCTYPE html><html><head><title>t</title></head><body>" + body + "</body></html>");
+    return QUrl::fromLocalFile(path).toString();
+}
+
+ParserSession::ParserSession(const QString &url, bool allowNavigation)
+{
+    control.setUrl1(url);
+    control.setAllowNav2(allowNavigation);
+}
+
+void ParserSession::edit(const std::function<void(frmMain *)> &steps, bool waitForTree)
 {
     script.onModal([&](QWidget *window) {
-        auto *parser = qobject_cast<frmMain *>(window);
+        QPointer<frmMain> parser = qobject_cast<frmMain *>(window);
         QVERIFY2(parser, "the modal window is not the Page Parser");
-        if (waitForTree) {
-            QVERIFY(QTest::qWaitFor([&] { return parser->actionQueue().isEmpty() && parser->isDocumentComplete()
-                                                 && parser->nodeTree().count() > 1; },
-                                    20000));
-        }
-        steps(parser);
+        // A failed step returns early: Exit still ends the session rather than leave it hanging.
+        [&] {
+            if (waitForTree) {
+                QVERIFY(QTest::qWaitFor([&] { return parser->actionQueue().isEmpty() && parser->isDocumentComplete()
+                                                     && parser->nodeTree().count() > 1; },
+                                        20000));
+            }
+            steps(parser);
+        }();
+        if (parser && parser->isVisible())
+            triggerMenu(parser, "mnu_Exit");
     });
-    return control.EditQueryItem();
+    QVERIFY(control.EditQueryItem());
+    QVERIFY2(script.done(), qPrintable(script.pending()));
 }
 
 void clickButton(QWidget *window, const char *button)

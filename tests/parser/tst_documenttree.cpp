@@ -5,6 +5,8 @@
 #include <QTreeWidget>
 #include <QtTest>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 // html > body > (count - 2) divs.
@@ -12,11 +14,11 @@ Document flatPage(int count)
 {
     Document document;
     document.elements.reserve(count);
-    document.elements.append({QStringLiteral("HTML"), -1});
+    document.elements.append({u"HTML"_s, -1});
     if (count > 1)
-        document.elements.append({QStringLiteral("BODY"), 0});
+        document.elements.append({u"BODY"_s, 0});
     for (int i = 2; i < count; ++i)
-        document.elements.append({QStringLiteral("DIV"), 1});
+        document.elements.append({u"DIV"_s, 1});
     return document;
 }
 
@@ -25,8 +27,8 @@ Document deepPage(int depth)
 {
     Document document;
     for (int i = 0; i < depth; ++i) {
-        Document::Element element{QStringLiteral("DIV"), i - 1};
-        element.children.append(Document::ChildNode{-1, QStringLiteral("level %1").arg(i)});
+        Document::Element element{u"DIV"_s, i - 1};
+        element.children.append(Document::ChildNode{-1, u"level %1"_s.arg(i)});
         if (i + 1 < depth)
             element.children.append(Document::ChildNode{i + 1, {}});
         document.elements.append(element);
@@ -62,25 +64,20 @@ private slots:
 void tst_DocumentTree::mirrorsThePage()
 {
     Document document;
-    document.elements = {{QStringLiteral("HTML"), -1},
-                         {QStringLiteral("HEAD"), 0},
-                         {QStringLiteral("BODY"), 0},
-                         {QStringLiteral("svg"), 2},
-                         {QStringLiteral("P"), 2},
-                         {QStringLiteral("COMMENT-LIKE"), -1}};
+    document.elements = {{u"HTML"_s, -1}, {u"HEAD"_s, 0}, {u"BODY"_s, 0}, {u"svg"_s, 2}, {u"P"_s, 2}, {u"COMMENT-LIKE"_s, -1}};
     QTreeWidget view;
     NodeTree tree(&view);
     BuildDocumentTree(document, tree);
     QCOMPARE(view.topLevelItemCount(), 1);
     QTreeWidgetItem *root = view.topLevelItem(0);
-    QCOMPARE(NodeTree::keyOf(root), QStringLiteral("RootKey"));
-    QCOMPARE(root->text(0), QStringLiteral("Document"));
+    QCOMPARE(NodeTree::keyOf(root), u"RootKey"_s);
+    QCOMPARE(root->text(0), u"Document"_s);
     // Elements without a parent hang under the root, the others under their parent.
     QCOMPARE(root->childCount(), 2);
-    QCOMPARE(NodeTree::keyOf(root->child(1)), QStringLiteral("K5"));
-    QCOMPARE(tree.node(QStringLiteral("K3"))->parent(), tree.node(QStringLiteral("K2")));
-    QCOMPARE(tree.node(QStringLiteral("K3"))->text(0), QStringLiteral("svg"));
-    QVERIFY(!tree.node(QStringLiteral("K0"))->isExpanded());
+    QCOMPARE(NodeTree::keyOf(root->child(1)), u"K5"_s);
+    QCOMPARE(tree.node(u"K3"_s)->parent(), tree.node(u"K2"_s));
+    QCOMPARE(tree.node(u"K3"_s)->text(0), u"svg"_s);
+    QVERIFY(!tree.node(u"K0"_s)->isExpanded());
     QCOMPARE(tree.count(), 7);
 
     tree.clear();
@@ -115,26 +112,24 @@ void tst_DocumentTree::sixteenBitLimit()
 void tst_DocumentTree::branchWithTextNodes()
 {
     Document document;
-    Document::Element body{QStringLiteral("BODY"), -1};
-    body.children = {{-1, QStringLiteral("Hello ")}, {1, {}}, {2, {}}};
-    document.elements = {body,
-                         {QStringLiteral("B"), 0, QStringLiteral("name"), {}, {{-1, QStringLiteral("world")}}},
-                         {QStringLiteral("I"), 0, QStringLiteral(" ")}};
+    Document::Element body{u"BODY"_s, -1};
+    body.children = {{-1, u"Hello "_s}, {1, {}}, {2, {}}};
+    document.elements = {body, {u"B"_s, 0, u"name"_s, {}, {{-1, u"world"_s}}}, {u"I"_s, 0, u" "_s}};
     QTreeWidget view;
     NodeTree tree(&view);
-    tree.add(QString(), QStringLiteral("K99"), QStringLiteral("holder"));
+    tree.add(QString(), u"K99"_s, u"holder"_s);
     int16_t count = 0;
     AddElementBranch(document, 0, 99, tree, count);
     QCOMPARE(count, int16_t(5));
-    QTreeWidgetItem *bodyNode = tree.node(QStringLiteral("K0"));
-    QCOMPARE(bodyNode->parent(), tree.node(QStringLiteral("K99")));
+    QTreeWidgetItem *bodyNode = tree.node(u"K0"_s);
+    QCOMPARE(bodyNode->parent(), tree.node(u"K99"_s));
     QCOMPARE(bodyNode->childCount(), 3);
-    QCOMPARE(bodyNode->child(0)->text(0), QStringLiteral("Hello "));
+    QCOMPARE(bodyNode->child(0)->text(0), u"Hello "_s);
     QCOMPARE(NodeTree::colourOf(bodyNode->child(0)), NodeTree::Blue);
     QCOMPARE(NodeTree::keyOf(bodyNode->child(0)), QString());
-    QCOMPARE(NodeTree::colourOf(tree.node(QStringLiteral("K1"))), NodeTree::Red); // has an id
-    QCOMPARE(tree.node(QStringLiteral("K1"))->child(0)->text(0), QStringLiteral("world"));
-    QCOMPARE(NodeTree::colourOf(tree.node(QStringLiteral("K2"))), 0); // a blank id is no id
+    QCOMPARE(NodeTree::colourOf(tree.node(u"K1"_s)), NodeTree::Red); // has an id
+    QCOMPARE(tree.node(u"K1"_s)->child(0)->text(0), u"world"_s);
+    QCOMPARE(NodeTree::colourOf(tree.node(u"K2"_s)), 0); // a blank id is no id
 
     // The counter is never reset and overflows like the rest.
     count = 32767;
@@ -146,21 +141,21 @@ void tst_DocumentTree::branchOnADeepPage()
     const Document document = deepPage(16000);
     QTreeWidget view;
     NodeTree tree(&view);
-    tree.add(QString(), QStringLiteral("K-1"), QStringLiteral("holder"));
+    tree.add(QString(), u"K-1"_s, u"holder"_s);
     int16_t count = 0;
     AddElementBranch(document, 0, -1, tree, count);
     QCOMPARE(count, int16_t(32000));
-    QCOMPARE(tree.node(QStringLiteral("K15999"))->child(0)->text(0), QStringLiteral("level 15999"));
+    QCOMPARE(tree.node(u"K15999"_s)->child(0)->text(0), u"level 15999"_s);
 }
 
 void tst_DocumentTree::duplicateAndMissingKeys()
 {
     QTreeWidget view;
     NodeTree tree(&view);
-    tree.add(QString(), QStringLiteral("K1"), QStringLiteral("A"));
-    QCOMPARE(errorOf([&] { tree.add(QString(), QStringLiteral("K1"), QStringLiteral("B")); }), 35602);
-    QCOMPARE(errorOf([&] { tree.add(QStringLiteral("K7"), QStringLiteral("K8"), QStringLiteral("C")); }), 35601);
-    QCOMPARE(errorOf([&] { tree.node(QStringLiteral("K8")); }), 35601);
+    tree.add(QString(), u"K1"_s, u"A"_s);
+    QCOMPARE(errorOf([&] { tree.add(QString(), u"K1"_s, u"B"_s); }), 35602);
+    QCOMPARE(errorOf([&] { tree.add(u"K7"_s, u"K8"_s, u"C"_s); }), 35601);
+    QCOMPARE(errorOf([&] { tree.node(u"K8"_s); }), 35601);
     QCOMPARE(tree.count(), 1);
 }
 

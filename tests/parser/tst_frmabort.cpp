@@ -6,6 +6,8 @@
 #include <QPushButton>
 #include <QtTest>
 
+using namespace Qt::StringLiterals;
+
 class tst_FrmAbort : public QObject
 {
     Q_OBJECT
@@ -21,15 +23,16 @@ void tst_FrmAbort::waitsForItsOwnerThenCentres()
     ScriptedDialogs script;
     frmMain owner;
     frmAbort dialog;
-    QCOMPARE(dialog.windowTitle(), QStringLiteral("Please Wait"));
+    QCOMPARE(dialog.windowTitle(), u"Please Wait"_s);
     QRect shownAt;
     QWidget *parentWhenShown = nullptr;
     script.onModal([&](QWidget *window) {
         shownAt = window->geometry();
         parentWhenShown = window->parentWidget();
-        QTest::mouseClick(window->findChild<QPushButton *>(QStringLiteral("cmdAbort")), Qt::LeftButton);
+        QTest::mouseClick(window->findChild<QPushButton *>(u"cmdAbort"_s), Qt::LeftButton);
     });
-    QTimer::singleShot(300, &owner, [&] { owner.show(); });
+    // The owner comes up only once the dialog is already waiting for it.
+    QMetaObject::invokeMethod(&owner, [&] { owner.show(); }, Qt::QueuedConnection);
     dialog.showFor(&owner);
     QVERIFY2(script.done(), qPrintable(script.pending()));
     QCOMPARE(parentWhenShown, &owner);

@@ -14,14 +14,10 @@ namespace {
 Document page()
 {
     Document document;
-    document.elements = {{QStringLiteral("HTML"), -1},
-                         {QStringLiteral("BODY"), 0},
-                         {QStringLiteral("P"), 1, QStringLiteral("x")}};
-    document.elements[2].attributes = {{QStringLiteral("id"), QStringLiteral("x")},
-                                       {QStringLiteral("class"), QString()},
-                                       {QStringLiteral("title"), QStringLiteral(" null ")},
-                                       {QStringLiteral("data"), QStringLiteral("NULL")},
-                                       {QStringLiteral("ValdKey"), QStringLiteral("k")}};
+    document.elements = {{u"HTML"_s, -1}, {u"BODY"_s, 0}, {u"P"_s, 1, u"x"_s}};
+    document.elements[2].attributes = {{u"id"_s, u"x"_s}, {u"class"_s, QString()}, {u"title"_s, u" null "_s},
+                                       {u"data"_s, u"NULL"_s},
+                                       {u"ValdKey"_s, u"k"_s}};
     return document;
 }
 
@@ -32,8 +28,8 @@ QStringList rowsOf(const QTreeWidget &list)
     for (int i = 0; i < list.topLevelItemCount(); ++i) {
         const QTreeWidgetItem *row = list.topLevelItem(i);
         const int colour = NodePropertyList::colourOf(row);
-        rows.append(row->text(0) + u'=' + row->text(1) + (row->checkState(0) == Qt::Checked ? QStringLiteral("+") : QString())
-                    + (colour == NodePropertyList::Blue ? QStringLiteral(" b") : colour == NodePropertyList::Red ? QStringLiteral(" r") : QString()));
+        rows.append(row->text(0) + u'=' + row->text(1) + (row->checkState(0) == Qt::Checked ? u"+"_s : QString())
+                    + (colour == NodePropertyList::Blue ? u" b"_s : colour == NodePropertyList::Red ? u" r"_s : QString()));
     }
     return rows;
 }
@@ -90,48 +86,41 @@ void tst_NodePropertyList::rows_data()
     QTest::addColumn<QStringList>("filters");
     QTest::addColumn<QStringList>("rows");
 
-    const QStringList elementRows{QStringLiteral("tagName=P b"), QStringLiteral("ParentTag=BODY b"), QStringLiteral("sourceIndex=2 b")};
+    const QStringList elementRows{u"tagName=P b"_s, u"ParentTag=BODY b"_s, u"sourceIndex=2 b"_s};
     QTest::newRow("non-empty: empty and null values hidden, NULL shown")
         << int(NodePropertyList::Show::NonEmpty) << 2 << QStringList{}
-        << QStringList{QStringLiteral("id=x"), QStringLiteral("data=NULL")} + elementRows;
-    QTest::newRow("all: every attribute but ValdKey")
-        << int(NodePropertyList::Show::All) << 2 << QStringList{}
-        << QStringList{QStringLiteral("id=x"), QStringLiteral("class="), QStringLiteral("title= null "), QStringLiteral("data=NULL")}
+        << QStringList{u"id=x"_s, u"data=NULL"_s} + elementRows;
+    QTest::newRow("all: every attribute but ValdKey") << int(NodePropertyList::Show::All) << 2 << QStringList{}
+        << QStringList{u"id=x"_s, u"class="_s, u"title= null "_s, u"data=NULL"_s}
                + elementRows;
     QTest::newRow("neither option: element rows only") << int(NodePropertyList::Show::None) << 2 << QStringList{} << elementRows;
-    QTest::newRow("the top element has no parent tag")
-        << int(NodePropertyList::Show::NonEmpty) << 0 << QStringList{}
-        << QStringList{QStringLiteral("tagName=HTML b"), QStringLiteral("sourceIndex=0 b")};
-    QTest::newRow("the element under the top one has its parent tag")
-        << int(NodePropertyList::Show::None) << 1 << QStringList{}
-        << QStringList{QStringLiteral("tagName=BODY b"), QStringLiteral("ParentTag=HTML b"), QStringLiteral("sourceIndex=1 b")};
+    QTest::newRow("the top element has no parent tag") << int(NodePropertyList::Show::NonEmpty) << 0 << QStringList{}
+        << QStringList{u"tagName=HTML b"_s, u"sourceIndex=0 b"_s};
+    QTest::newRow("the element under the top one has its parent tag") << int(NodePropertyList::Show::None) << 1 << QStringList{}
+        << QStringList{u"tagName=BODY b"_s, u"ParentTag=HTML b"_s, u"sourceIndex=1 b"_s};
     QTest::newRow("a filter with another value leaves the row unticked")
-        << int(NodePropertyList::Show::NonEmpty) << 2 << QStringList{QStringLiteral("id=y")}
-        << QStringList{QStringLiteral("id=x"), QStringLiteral("data=NULL")} + elementRows + QStringList{QStringLiteral("id=y+ r")};
+        << int(NodePropertyList::Show::NonEmpty) << 2 << QStringList{u"id=y"_s}
+        << QStringList{u"id=x"_s, u"data=NULL"_s} + elementRows + QStringList{u"id=y+ r"_s};
     QTest::newRow("a filter the element carries is ticked")
-        << int(NodePropertyList::Show::NonEmpty) << 2 << QStringList{QStringLiteral("id=x")}
-        << QStringList{QStringLiteral("id=x+"), QStringLiteral("data=NULL")} + elementRows;
+        << int(NodePropertyList::Show::NonEmpty) << 2 << QStringList{u"id=x"_s}
+        << QStringList{u"id=x+"_s, u"data=NULL"_s} + elementRows;
     QTest::newRow("ticked without regard to case, present by exact text")
-        << int(NodePropertyList::Show::NonEmpty) << 2 << QStringList{QStringLiteral("ID=x")}
-        << QStringList{QStringLiteral("id=x+"), QStringLiteral("data=NULL")} + elementRows + QStringList{QStringLiteral("ID=x+ r")};
-    QTest::newRow("element rows are filters too")
-        << int(NodePropertyList::Show::None) << 2 << QStringList{QStringLiteral("TAGNAME=p")}
-        << QStringList{QStringLiteral("tagName=P+ b"), QStringLiteral("ParentTag=BODY b"), QStringLiteral("sourceIndex=2 b"),
-                       QStringLiteral("TAGNAME=p+ r")};
+        << int(NodePropertyList::Show::NonEmpty) << 2 << QStringList{u"ID=x"_s}
+        << QStringList{u"id=x+"_s, u"data=NULL"_s} + elementRows + QStringList{u"ID=x+ r"_s};
+    QTest::newRow("element rows are filters too") << int(NodePropertyList::Show::None) << 2 << QStringList{u"TAGNAME=p"_s}
+        << QStringList{u"tagName=P+ b"_s, u"ParentTag=BODY b"_s, u"sourceIndex=2 b"_s, u"TAGNAME=p+ r"_s};
     QTest::newRow("blanks inside an entry tick only its own row")
-        << int(NodePropertyList::Show::None) << 2 << QStringList{QStringLiteral("tagName = P")}
-        << elementRows + QStringList{QStringLiteral("tagName = P+ r")};
+        << int(NodePropertyList::Show::None) << 2 << QStringList{u"tagName = P"_s}
+        << elementRows + QStringList{u"tagName = P+ r"_s};
     QTest::newRow("only the two ends of an entry count")
-        << int(NodePropertyList::Show::None) << 2 << QStringList{QStringLiteral("tagName=Q=P")}
-        << QStringList{QStringLiteral("tagName=P+ b"), QStringLiteral("ParentTag=BODY b"), QStringLiteral("sourceIndex=2 b"),
-                       QStringLiteral("tagName=Q=P+ r")};
+        << int(NodePropertyList::Show::None) << 2 << QStringList{u"tagName=Q=P"_s}
+        << QStringList{u"tagName=P+ b"_s, u"ParentTag=BODY b"_s, u"sourceIndex=2 b"_s, u"tagName=Q=P+ r"_s};
     QTest::newRow("a blank entry ends marking, not the filter rows")
-        << int(NodePropertyList::Show::NonEmpty) << 2 << QStringList{QStringLiteral("a=1"), QStringLiteral(" "), QStringLiteral("id=x")}
-        << QStringList{QStringLiteral("id=x"), QStringLiteral("data=NULL")} + elementRows
-               + QStringList{QStringLiteral("a=1+ r")};
+        << int(NodePropertyList::Show::NonEmpty) << 2 << QStringList{u"a=1"_s, u" "_s, u"id=x"_s}
+        << QStringList{u"id=x"_s, u"data=NULL"_s} + elementRows + QStringList{u"a=1+ r"_s};
     QTest::newRow("no element: the filters alone")
-        << int(NodePropertyList::Show::All) << -1 << QStringList{QStringLiteral("a=1"), QStringLiteral("b="), u"c=Stra\u00dfe"_s}
-        << QStringList{QStringLiteral("a=1+ r"), QStringLiteral("b=+ r"), u"c=Stra\u00dfe+ r"_s};
+        << int(NodePropertyList::Show::All) << -1 << QStringList{u"a=1"_s, u"b="_s, u"c=Stra\u00dfe"_s}
+        << QStringList{u"a=1+ r"_s, u"b=+ r"_s, u"c=Stra\u00dfe+ r"_s};
 }
 
 void tst_NodePropertyList::rows()
@@ -151,14 +140,14 @@ void tst_NodePropertyList::rows()
 
 void tst_NodePropertyList::entryWithoutEquals()
 {
-    m_control->setElemAttribs(-1, QStringLiteral("a=1"));
-    m_control->setElemAttribs(-1, QStringLiteral("junk"));
+    m_control->setElemAttribs(-1, u"a=1"_s);
+    m_control->setElemAttribs(-1, u"junk"_s);
     NodePropertyList properties(m_list.get());
     properties.setControl(m_control.get());
     properties.setShow(NodePropertyList::Show::None);
     // After a fill with an element the entry just gets no row.
     properties.ShowNodeProperties(&m_page, 0);
-    QCOMPARE(rowsOf(*m_list).last(), QStringLiteral("a=1+ r"));
+    QCOMPARE(rowsOf(*m_list).last(), u"a=1+ r"_s);
     // Without an element the failure reaches the caller; the rows before it stay.
     m_list->clear();
     try {
@@ -167,46 +156,46 @@ void tst_NodePropertyList::entryWithoutEquals()
     } catch (const RuntimeError &error) {
         QCOMPARE(error.number(), 5);
     }
-    QCOMPARE(rowsOf(*m_list), QStringList{QStringLiteral("a=1+ r")});
+    QCOMPARE(rowsOf(*m_list), QStringList{u"a=1+ r"_s});
 }
 
 void tst_NodePropertyList::noMarksWithoutAQueryControl()
 {
-    m_control->setElemAttribs(-1, QStringLiteral("id=x"));
+    m_control->setElemAttribs(-1, u"id=x"_s);
     NodePropertyList properties(m_list.get());
     properties.ShowNodeProperties(&m_page, 2);
-    QCOMPARE(rowsOf(*m_list).first(), QStringLiteral("id=x"));
+    QCOMPARE(rowsOf(*m_list).first(), u"id=x"_s);
 }
 
 void tst_NodePropertyList::toggleEditsTheFilters()
 {
-    m_control->setElemAttribs(-1, QStringLiteral("ID=x"));
-    m_control->setElemAttribs(-1, QStringLiteral("other=1"));
+    m_control->setElemAttribs(-1, u"ID=x"_s);
+    m_control->setElemAttribs(-1, u"other=1"_s);
     NodePropertyList properties(m_list.get());
     properties.setControl(m_control.get());
     properties.ShowNodeProperties(&m_page, 2);
 
     // Unticking a filter-only row removes the row and its entry.
-    toggle(properties, rowNamed(*m_list, QStringLiteral("ID"), NodePropertyList::Red));
-    QVERIFY(!rowNamed(*m_list, QStringLiteral("ID"), NodePropertyList::Red));
-    QCOMPARE(storedAttribs(*m_control), QStringList{QStringLiteral("other=1")});
+    toggle(properties, rowNamed(*m_list, u"ID"_s, NodePropertyList::Red));
+    QVERIFY(!rowNamed(*m_list, u"ID"_s, NodePropertyList::Red));
+    QCOMPARE(storedAttribs(*m_control), QStringList{u"other=1"_s});
 
     // Ticking appends; unticking a plain or blue row removes the entry only.
-    QTreeWidgetItem *tag = rowNamed(*m_list, QStringLiteral("tagName"), NodePropertyList::Blue);
+    QTreeWidgetItem *tag = rowNamed(*m_list, u"tagName"_s, NodePropertyList::Blue);
     toggle(properties, tag);
-    QCOMPARE(storedAttribs(*m_control), (QStringList{QStringLiteral("other=1"), QStringLiteral("tagName=P")}));
+    QCOMPARE(storedAttribs(*m_control), (QStringList{u"other=1"_s, u"tagName=P"_s}));
     toggle(properties, tag);
-    QCOMPARE(storedAttribs(*m_control), QStringList{QStringLiteral("other=1")});
-    QCOMPARE(rowNamed(*m_list, QStringLiteral("tagName"), NodePropertyList::Blue), tag);
+    QCOMPARE(storedAttribs(*m_control), QStringList{u"other=1"_s});
+    QCOMPARE(rowNamed(*m_list, u"tagName"_s, NodePropertyList::Blue), tag);
 
     // A new value for a filtered name replaces the old entry, which moves to the end.
     m_control->ClearAttribs();
-    m_control->setElemAttribs(-1, QStringLiteral("id=y"));
-    m_control->setElemAttribs(-1, QStringLiteral("z=0"));
-    QTreeWidgetItem *id = rowNamed(*m_list, QStringLiteral("id"), NodePropertyList::DefaultColour);
+    m_control->setElemAttribs(-1, u"id=y"_s);
+    m_control->setElemAttribs(-1, u"z=0"_s);
+    QTreeWidgetItem *id = rowNamed(*m_list, u"id"_s, NodePropertyList::DefaultColour);
     id->setCheckState(0, Qt::Unchecked);
     toggle(properties, id);
-    QCOMPARE(storedAttribs(*m_control), (QStringList{QStringLiteral("z=0"), QStringLiteral("id=x")}));
+    QCOMPARE(storedAttribs(*m_control), (QStringList{u"z=0"_s, u"id=x"_s}));
 }
 
 void tst_NodePropertyList::sorting()
@@ -221,14 +210,13 @@ void tst_NodePropertyList::sorting()
         return texts;
     };
     properties.columnClicked(0);
-    QCOMPARE(column(0), (QStringList{QStringLiteral("data"), QStringLiteral("id"), QStringLiteral("ParentTag"),
-                                     QStringLiteral("sourceIndex"), QStringLiteral("tagName")}));
+    QCOMPARE(column(0), (QStringList{u"data"_s, u"id"_s, u"ParentTag"_s, u"sourceIndex"_s, u"tagName"_s}));
     QCOMPARE(properties.headerIcon(0), 1);
     QVERIFY(!m_list->headerItem()->icon(0).isNull());
     properties.columnClicked(0);
     QCOMPARE(properties.sortOrder(), Qt::DescendingOrder);
     QCOMPARE(properties.headerIcon(0), 2);
-    QCOMPARE(column(0).first(), QStringLiteral("tagName"));
+    QCOMPARE(column(0).first(), u"tagName"_s);
     properties.columnClicked(1);
     QCOMPARE(properties.sortOrder(), Qt::AscendingOrder);
     QCOMPARE(properties.headerIcon(0), 0);
@@ -236,8 +224,7 @@ void tst_NodePropertyList::sorting()
     QCOMPARE(properties.headerIcon(1), 1);
     // The order holds across refills.
     properties.ShowNodeProperties(&m_page, 2);
-    QCOMPARE(column(1), (QStringList{QStringLiteral("2"), QStringLiteral("BODY"), QStringLiteral("NULL"), QStringLiteral("P"),
-                                     QStringLiteral("x")}));
+    QCOMPARE(column(1), (QStringList{u"2"_s, u"BODY"_s, u"NULL"_s, u"P"_s, u"x"_s}));
 }
 
 QTEST_MAIN(tst_NodePropertyList)

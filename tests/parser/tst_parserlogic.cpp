@@ -67,24 +67,22 @@ void tst_ParserLogic::changesDetected_data()
     QTest::addColumn<QList<Row>>("rows");
     QTest::addColumn<bool>("changed");
 
-    const QStringList idX{QStringLiteral("id=x")};
-    const Row ticked{QStringLiteral("id"), QStringLiteral("x"), true};
-    const Row unticked{QStringLiteral("id"), QStringLiteral("x"), false};
-    QTest::newRow("nothing differs") << idX << QStringLiteral("2") << QList<Row>{ticked} << false;
-    QTest::newRow("unticking a filtered row") << idX << QStringLiteral("2") << QList<Row>{unticked} << true;
-    QTest::newRow("ticking a new row") << QStringList{} << QStringLiteral("2")
-                                       << QList<Row>{{QStringLiteral("class"), QStringLiteral("a"), true}} << true;
+    const QStringList idX{u"id=x"_s};
+    const Row ticked{u"id"_s, u"x"_s, true};
+    const Row unticked{u"id"_s, u"x"_s, false};
+    QTest::newRow("nothing differs") << idX << u"2"_s << QList<Row>{ticked} << false;
+    QTest::newRow("unticking a filtered row") << idX << u"2"_s << QList<Row>{unticked} << true;
+    QTest::newRow("ticking a new row") << QStringList{} << u"2"_s << QList<Row>{{u"class"_s, u"a"_s, true}} << true;
     QTest::newRow("same filter in other case and blanks")
-        << QStringList{QStringLiteral(" ID = X ")} << QStringLiteral("2") << QList<Row>{{QStringLiteral("id"), QStringLiteral("x"), true}} << false;
-    QTest::newRow("ticked row with another value") << idX << QStringLiteral("2")
-                                                   << QList<Row>{{QStringLiteral("id"), QStringLiteral("y"), true}} << true;
-    QTest::newRow("sharp s is not SS") << QStringList{u"title=Stra\u00dfe"_s} << QStringLiteral("2")
-                                       << QList<Row>{{QStringLiteral("title"), QStringLiteral("STRASSE"), true}} << true;
+        << QStringList{u" ID = X "_s} << u"2"_s << QList<Row>{{u"id"_s, u"x"_s, true}} << false;
+    QTest::newRow("ticked row with another value") << idX << u"2"_s << QList<Row>{{u"id"_s, u"y"_s, true}} << true;
+    QTest::newRow("sharp s is not SS") << QStringList{u"title=Stra\u00dfe"_s} << u"2"_s
+                                       << QList<Row>{{u"title"_s, u"STRASSE"_s, true}} << true;
     QTest::newRow("filter hidden behind a blank entry counts as gone")
-        << QStringList{QStringLiteral(" "), QStringLiteral("id=x")} << QStringLiteral("2") << QList<Row>{ticked} << true;
+        << QStringList{u" "_s, u"id=x"_s} << u"2"_s << QList<Row>{ticked} << true;
     // A change in the boxes alone does not count: the result is false there.
-    QTest::newRow("offset box differs as text") << idX << QStringLiteral("02") << QList<Row>{unticked} << false;
-    QTest::newRow("offset box with a blank") << idX << QStringLiteral(" 2") << QList<Row>{unticked} << false;
+    QTest::newRow("offset box differs as text") << idX << u"02"_s << QList<Row>{unticked} << false;
+    QTest::newRow("offset box with a blank") << idX << u" 2"_s << QList<Row>{unticked} << false;
 }
 
 void tst_ParserLogic::changesDetected()
@@ -94,14 +92,14 @@ void tst_ParserLogic::changesDetected()
     QFETCH(QList<Row>, rows);
     QFETCH(bool, changed);
     Tamberline control;
-    setQuery(control, QStringLiteral("http://x/"), QStringLiteral("Price"), 2, filters);
-    const PageParserFields fields{QStringLiteral("http://x/"), QStringLiteral("Price"), offsetBox, rows};
+    setQuery(control, u"http://x/"_s, u"Price"_s, 2, filters);
+    const PageParserFields fields{u"http://x/"_s, u"Price"_s, offsetBox, rows};
     QCOMPARE(ChangesDetected(&control, fields), changed);
 }
 
 void tst_ParserLogic::changesNeedAQueryControl()
 {
-    const PageParserFields fields{QString(), QString(), QStringLiteral("0"), {{QStringLiteral("a"), QStringLiteral("1"), true}}};
+    const PageParserFields fields{QString(), QString(), u"0"_s, {{u"a"_s, u"1"_s, true}}};
     QVERIFY(!ChangesDetected(nullptr, fields));
 }
 
@@ -109,34 +107,32 @@ void tst_ParserLogic::writeBackKeepsUntouchedMarkers_data()
 {
     QTest::addColumn<QString>("urlBox");
     QTest::addColumn<QString>("storedUrl");
-    QTest::newRow("address shown as substituted") << QStringLiteral("http://shop/item/42") << QStringLiteral("http://shop/item/%id%");
-    QTest::newRow("blanks around it are trimmed") << QStringLiteral("  http://shop/item/42 ") << QStringLiteral("http://shop/item/%id%");
-    QTest::newRow("edited address is stored") << QStringLiteral("http://shop/item/43") << QStringLiteral("http://shop/item/43");
+    QTest::newRow("address shown as substituted") << u"http://shop/item/42"_s << u"http://shop/item/%id%"_s;
+    QTest::newRow("blanks around it are trimmed") << u"  http://shop/item/42 "_s << u"http://shop/item/%id%"_s;
+    QTest::newRow("edited address is stored") << u"http://shop/item/43"_s << u"http://shop/item/43"_s;
 }
 
 void tst_ParserLogic::writeBackKeepsUntouchedMarkers()
 {
     QFETCH(QString, urlBox);
     QFETCH(QString, storedUrl);
-    ControlVariables::exampleValueCache().add(ExampleValueCache::keyFor(QStringLiteral("id")), QStringLiteral("42"));
+    ControlVariables::exampleValueCache().add(ExampleValueCache::keyFor(u"id"_s), u"42"_s);
     Tamberline control;
-    setQuery(control, QStringLiteral("http://shop/item/%id%"), QStringLiteral("x"), 0, {QStringLiteral("old=1")});
-    const PageParserFields fields{urlBox, QStringLiteral("y"), QStringLiteral(" 3 "),
-                                  {{QStringLiteral("id"), QStringLiteral("a=b"), true},
-                                   {QStringLiteral("skip"), QStringLiteral("1"), false},
-                                   {QStringLiteral("class"), QString(), true}}};
+    setQuery(control, u"http://shop/item/%id%"_s, u"x"_s, 0, {u"old=1"_s});
+    const PageParserFields fields{urlBox, u"y"_s, u" 3 "_s, {{u"id"_s, u"a=b"_s, true}, {u"skip"_s, u"1"_s, false},
+                                   {u"class"_s, QString(), true}}};
     WriteQueryBack(control, fields);
     QCOMPARE(control.Url1(), storedUrl);
-    QCOMPARE(control.SearchText(), QStringLiteral("y"));
+    QCOMPARE(control.SearchText(), u"y"_s);
     QCOMPARE(control.NodeOffset(), 3);
-    QCOMPARE(storedAttribs(control), (QStringList{QStringLiteral("id=a=b"), QStringLiteral("class=")}));
+    QCOMPARE(storedAttribs(control), (QStringList{u"id=a=b"_s, u"class="_s}));
 }
 
 void tst_ParserLogic::writeBackStopsAtABadOffset()
 {
     Tamberline control;
-    setQuery(control, QStringLiteral("u"), QStringLiteral("s"), 5, {QStringLiteral("a=1")});
-    const PageParserFields fields{QStringLiteral("new"), QStringLiteral("text"), QStringLiteral("seven"), {}};
+    setQuery(control, u"u"_s, u"s"_s, 5, {u"a=1"_s});
+    const PageParserFields fields{u"new"_s, u"text"_s, u"seven"_s, {}};
     try {
         WriteQueryBack(control, fields);
         QFAIL("an offset that is not a number must fail");
@@ -144,10 +140,10 @@ void tst_ParserLogic::writeBackStopsAtABadOffset()
         QCOMPARE(error.number(), 13);
     }
     // What was written before the failure stays; the rest is untouched.
-    QCOMPARE(control.Url1(), QStringLiteral("new"));
-    QCOMPARE(control.SearchText(), QStringLiteral("text"));
+    QCOMPARE(control.Url1(), u"new"_s);
+    QCOMPARE(control.SearchText(), u"text"_s);
     QCOMPARE(control.NodeOffset(), 5);
-    QCOMPARE(control.ElemAttribs(0), QStringLiteral("a=1"));
+    QCOMPARE(control.ElemAttribs(0), u"a=1"_s);
 }
 
 void tst_ParserLogic::placementClamp_data()
@@ -176,9 +172,8 @@ void tst_ParserLogic::placementClamp()
 void tst_ParserLogic::placementFromBrokenSettings()
 {
     TestSettings settings;
-    SettingsStore::saveSettings(QStringLiteral("Preferences"), {{QStringLiteral("WindowLeft"), QStringLiteral("1500")},
-                                                                {QStringLiteral("WindowTop"), QStringLiteral("abc")},
-                                                                {QStringLiteral("WindowWidth"), QString()}});
+    SettingsStore::saveSettings(u"Preferences"_s, {{u"WindowLeft"_s, u"1500"_s}, {u"WindowTop"_s, u"abc"_s},
+                                                                {u"WindowWidth"_s, QString()}});
     const WindowPlacement current{1, 2, 3, 4};
     QCOMPARE(WindowPlacement::load(current), (WindowPlacement{1500, 2, 3, 4}));
     WindowPlacement{10, 20, 30, 40}.save();
@@ -192,13 +187,13 @@ void tst_ParserLogic::addressHistory_data()
     QTest::addColumn<QString>("location");
     QTest::addColumn<QString>("expectedText");
     QTest::addColumn<QStringList>("expectedHistory");
-    const QString a = QStringLiteral("http://a/"), b = QStringLiteral("http://b/"), blank = QStringLiteral("about:blank");
+    const QString a = u"http://a/"_s, b = u"http://b/"_s, blank = u"about:blank"_s;
     QTest::newRow("first page") << a << QStringList{} << a << a << QStringList{a};
     QTest::newRow("reload adds nothing") << a << QStringList{a, b} << a << a << QStringList{a, b};
     QTest::newRow("older address comes to the top again") << b << QStringList{a, b} << b << b << QStringList{b, a, b};
     QTest::newRow("empty box takes about:blank, history untouched") << QString() << QStringList{a} << blank << blank << QStringList{a};
     QTest::newRow("about:blank in the box skips the history") << blank << QStringList{a} << b << blank << QStringList{a};
-    QTest::newRow("empty box takes the location") << QStringLiteral("  ") << QStringList{} << b << b << QStringList{b};
+    QTest::newRow("empty box takes the location") << u"  "_s << QStringList{} << b << b << QStringList{b};
 }
 
 void tst_ParserLogic::addressHistory()
@@ -218,12 +213,12 @@ void tst_ParserLogic::historyKeepsTwenty()
 {
     AddressBox box;
     for (int i = 1; i <= 21; ++i) {
-        box.text = QStringLiteral("http://site/%1").arg(i);
+        box.text = u"http://site/%1"_s.arg(i);
         box.documentCompleted(box.text);
     }
     QCOMPARE(box.history.size(), 20);
-    QCOMPARE(box.history.first(), QStringLiteral("http://site/21"));
-    QCOMPARE(box.history.last(), QStringLiteral("http://site/2"));
+    QCOMPARE(box.history.first(), u"http://site/21"_s);
+    QCOMPARE(box.history.last(), u"http://site/2"_s);
 }
 
 void tst_ParserLogic::progress_data()
@@ -236,9 +231,9 @@ void tst_ParserLogic::progress_data()
     QTest::newRow("done hides") << 100LL << 100LL << false << false << QString();
     QTest::newRow("no maximum hides") << 5LL << 0LL << false << false << QString();
     QTest::newRow("negative maximum hides") << 5LL << -1LL << false << false << QString();
-    QTest::newRow("part way") << 45LL << 100LL << true << true << QStringLiteral("45%");
-    QTest::newRow("past the maximum shows 100") << 150LL << 100LL << true << true << QStringLiteral("100%");
-    QTest::newRow("a half rounds to even") << 1LL << 8LL << true << true << QStringLiteral("12%");
+    QTest::newRow("part way") << 45LL << 100LL << true << true << u"45%"_s;
+    QTest::newRow("past the maximum shows 100") << 150LL << 100LL << true << true << u"100%"_s;
+    QTest::newRow("a half rounds to even") << 1LL << 8LL << true << true << u"12%"_s;
     QTest::newRow("negative progress keeps the drawing") << -1LL << 100LL << true << false << QString();
 }
 

@@ -1,16 +1,14 @@
-#include <tamberline/tamberlinecontrol.h>
-#include "freshquery.h"
 #include "parser/frmmain.h"
 #include "parser/nodekeys.h"
 #include "parserdriver.h"
 #include "queryfile.h"
-#include "scripteddialogs.h"
-#include "testsettings.h"
 
 #include <QLineEdit>
 #include <QMenu>
 #include <QTreeWidget>
 #include <QtTest>
+
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -24,101 +22,75 @@ QString selectedKey(frmMain *parser)
 void openNodeMenu(frmMain *parser)
 {
     clickNode(parser, child<QTreeWidget>(parser, "tvu")->currentItem(), Qt::RightButton);
-    QTRY_VERIFY(parser->findChild<QMenu *>(QStringLiteral("mnu_NodeOperations"))->isVisible());
+    QTRY_VERIFY(parser->findChild<QMenu *>(u"mnu_NodeOperations"_s)->isVisible());
 }
 
 void chooseFromMenu(frmMain *parser, const char *action)
 {
-    parser->findChild<QMenu *>(QStringLiteral("mnu_NodeOperations"))->hide();
+    parser->findChild<QMenu *>(u"mnu_NodeOperations"_s)->hide();
     triggerMenu(parser, action);
 }
 
 QString marksOf(frmMain *parser, const QString &key)
 {
     const QTreeWidgetItem *node = parser->nodeTree().node(key);
-    return (node->font(0).bold() ? QStringLiteral("bold ") : QString()) + QString::number(NodeTree::colourOf(node));
+    return (node->font(0).bold() ? u"bold "_s : QString()) + QString::number(NodeTree::colourOf(node));
 }
 
 } // namespace
 
-class tst_Searching : public QObject
+class tst_Searching : public ParserTestCase
 {
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup() { m_settings.reset(); }
     void opensOnTheBundledExampleAtItsNode();
     void searchContinuesThenAsks_data();
     void searchContinuesThenAsks();
     void nodeOperationsMarkAndMeasure();
     void copyNodeTextAsksFirst();
-
-private:
-    std::unique_ptr<TestSettings> m_settings;
 };
-
-void tst_Searching::init()
-{
-    m_settings = std::make_unique<TestSettings>();
-    resetThreadQuery();
-}
 
 void tst_Searching::opensOnTheBundledExampleAtItsNode()
 {
-    ScriptedDialogs script;
-    Tamberline control;
-    QueryFile::load(QStringLiteral(TAMBERLINE_EXAMPLES_DIR "/query.json")).applyTo(control);
-    script.answerPrompt(QStringLiteral("north"));
-    script.answerPrompt(QStringLiteral("Pears"));
-    QString selected, selectedText;
-    editWithParser(control, script, [&](frmMain *parser) {
+    ParserSession session{QString()};
+    QueryFile::load(QStringLiteral(TAMBERLINE_EXAMPLES_DIR "/query.json")).applyTo(session.control);
+    session.script.answerPrompt(u"north"_s);
+    session.script.answerPrompt(u"Pears"_s);
+    session.edit([&](frmMain *parser) {
         QTRY_VERIFY(!selectedKey(parser).isEmpty());
-        selected = selectedKey(parser);
-        selectedText = parser->hdoc()->innerText(numberFromKey(selected)).toString();
-        triggerMenu(parser, "mnu_Exit");
+        QCOMPARE(parser->hdoc()->innerText(numberFromKey(selectedKey(parser))).toString(), u"Pears"_s);
     });
-    QVERIFY2(script.done(), qPrintable(script.pending()));
-    QCOMPARE(selectedText, QStringLiteral("Pears"));
 }
 
 void tst_Searching::searchContinuesThenAsks_data()
 {
     QTest::addColumn<int>("answer");
-    QTest::addColumn<QString>("afterAnswer");
-    QTest::newRow("No selects the document") << int(Dialogs::No) << QStringLiteral("RootKey");
-    QTest::newRow("Yes searches from the top") << int(Dialogs::Yes) << QStringLiteral("first");
+    QTest::addColumn<bool>("fromTheTop");
+    QTest::newRow("No selects the document") << int(Dialogs::No) << false;
+    QTest::newRow("Yes searches from the top") << int(Dialogs::Yes) << true;
 }
 
 void tst_Searching::searchContinuesThenAsks()
 {
     QFETCH(int, answer);
-    QFETCH(QString, afterAnswer);
-    ScriptedDialogs script;
-    Tamberline control;
-    control.setUrl1(testPageUrl(QStringLiteral("simple.html")));
-    control.setAllowNav2(true);
-    control.setSearchText(QStringLiteral("*.??")); // the two prices
-    control.setElemAttribs(-1, QStringLiteral("class=price"));
+    QFETCH(bool, fromTheTop);
+    ParserSession session;
+    session.control.setSearchText(u"*.??"_s); // the two prices
+    session.control.setElemAttribs(-1, u"class=price"_s);
     // A blank entry hides the rest from every reader, the search as much as the editors.
-    control.setElemAttribs(-1, QStringLiteral(" "));
-    control.setElemAttribs(-1, QStringLiteral("class=none"));
-    QStringList found;
-    editWithParser(control, script, [&](frmMain *parser) {
+    session.control.setElemAttribs(-1, u" "_s);
+    session.control.setElemAttribs(-1, u"class=none"_s);
+    session.edit([&](frmMain *parser) {
         QTRY_VERIFY(!selectedKey(parser).isEmpty());
-        found.append(selectedKey(parser));
+        const QString first = selectedKey(parser);
         clickButton(parser, "cmdSearch");
-        found.append(selectedKey(parser));
-        script.answerMessageBox(answer);
+        QVERIFY(selectedKey(parser) != first);
+        session.script.answerMessageBox(answer);
         clickButton(parser, "cmdSearch");
-        found.append(selectedKey(parser));
-        triggerMenu(parser, "mnu_Exit");
+        QCOMPARE(selectedKey(parser), fromTheTop ? first : u"RootKey"_s);
     });
-    QVERIFY2(script.done(), qPrintable(script.pending()));
-    QCOMPARE(found.size(), 3);
-    QVERIFY(found.at(0) != found.at(1));
-    QCOMPARE(found.at(2), afterAnswer == QStringLiteral("first") ? found.at(0) : afterAnswer);
-    const Dialogs::MessageBoxCall question = script.messageBoxes().first();
+    const Dialogs::MessageBoxCall question = session.script.messageBoxes().first();
     QCOMPARE(question.style, 20);
     QCOMPARE(question.text, QStringLiteral("End of document was reached, \r\nWould you like to research from the beginning?\r\n"
                                            "\tYes: continue search from the beginning of the document"
@@ -127,88 +99,65 @@ void tst_Searching::searchContinuesThenAsks()
 
 void tst_Searching::nodeOperationsMarkAndMeasure()
 {
-    ScriptedDialogs script;
-    Tamberline control;
-    control.setUrl1(QUrl::fromLocalFile(QStringLiteral(TAMBERLINE_EXAMPLES_DIR "/prices.html")).toString());
-    control.setAllowNav2(true);
-    control.setSearchText(QStringLiteral("Pears"));
-    QString searchKey, offsetAfterSearchNode, offsetAfterReturn, offsetBefore, searchMarks, returnMarks, returnBefore;
-    QString marked;
-    QStringList remarked;
-    bool returnOfferedFirst = true, returnOfferedLater = false;
-    editWithParser(control, script, [&](frmMain *parser) {
-        QTRY_VERIFY(!selectedKey(parser).isEmpty());
-        searchKey = selectedKey(parser);
-        auto *offset = child<QLineEdit>(parser, "txtNodeOffset");
+    ParserSession session(QUrl::fromLocalFile(QStringLiteral(TAMBERLINE_EXAMPLES_DIR "/prices.html")).toString());
+    session.control.setSearchText(u"Pears"_s);
+    const auto mark = [&](frmMain *parser, int element, const char *action) {
+        if (element >= 0)
+            clickNode(parser, parser->nodeTree().node(nodeKey(element)));
         openNodeMenu(parser);
-        returnOfferedFirst = child<QAction>(parser, "mnu_NodeOperSetRetNode")->isEnabled();
+        chooseFromMenu(parser, action);
+    };
+    session.edit([&](frmMain *parser) {
+        QTRY_VERIFY(!selectedKey(parser).isEmpty());
+        const QString searchKey = selectedKey(parser);
+        const int search = numberFromKey(searchKey);
+        const QString later = nodeKey(search + 2), before = nodeKey(search - 3);
+        auto *offset = child<QLineEdit>(parser, "txtNodeOffset");
+        auto *setReturn = child<QAction>(parser, "mnu_NodeOperSetRetNode");
+        openNodeMenu(parser);
+        QVERIFY(!setReturn->isEnabled());
         chooseFromMenu(parser, "mnu_NodeOperSetSearchNode");
-        offsetAfterSearchNode = offset->text();
-        marked = marksOf(parser, searchKey);
+        QCOMPARE(offset->text(), u"0"_s);
+        QCOMPARE(marksOf(parser, searchKey), u"bold 255"_s);
 
         // The price two elements later, then an element before the search node.
-        const int search = numberFromKey(searchKey);
-        clickNode(parser, parser->nodeTree().node(nodeKey(search + 2)));
+        clickNode(parser, parser->nodeTree().node(later));
         openNodeMenu(parser);
-        returnOfferedLater = child<QAction>(parser, "mnu_NodeOperSetRetNode")->isEnabled();
+        QVERIFY(setReturn->isEnabled());
         chooseFromMenu(parser, "mnu_NodeOperSetRetNode");
-        offsetAfterReturn = offset->text();
-        searchMarks = marksOf(parser, searchKey);
-        returnMarks = marksOf(parser, nodeKey(search + 2));
-
-        clickNode(parser, parser->nodeTree().node(nodeKey(search - 3)));
-        openNodeMenu(parser);
-        chooseFromMenu(parser, "mnu_NodeOperSetRetNode");
-        offsetBefore = offset->text();
-        returnBefore = marksOf(parser, nodeKey(search + 2));
+        QCOMPARE(offset->text(), u"2"_s);
+        QCOMPARE(marksOf(parser, searchKey), u"bold 16711680"_s);
+        QCOMPARE(marksOf(parser, later), u"255"_s);
+        mark(parser, search - 3, "mnu_NodeOperSetRetNode");
+        QCOMPARE(offset->text(), u"-3"_s);
+        QCOMPARE(marksOf(parser, later), u"0"_s); // the red mark moved
         clickButton(parser, "cmdSave");
         // A new search node takes the marks from the old search and return nodes.
-        clickNode(parser, parser->nodeTree().node(nodeKey(search + 2)));
-        openNodeMenu(parser);
-        chooseFromMenu(parser, "mnu_NodeOperSetSearchNode");
-        remarked = {marksOf(parser, searchKey), marksOf(parser, nodeKey(search - 3)), marksOf(parser, nodeKey(search + 2))};
-        triggerMenu(parser, "mnu_Exit");
+        mark(parser, search + 2, "mnu_NodeOperSetSearchNode");
+        QCOMPARE((QStringList{marksOf(parser, searchKey), marksOf(parser, before), marksOf(parser, later)}),
+                 (QStringList{u"0"_s, u"0"_s, u"bold 255"_s}));
     });
-    QVERIFY2(script.done(), qPrintable(script.pending()));
-    QCOMPARE(marked, QStringLiteral("bold 255"));
-    QCOMPARE(remarked, (QStringList{QStringLiteral("0"), QStringLiteral("0"), QStringLiteral("bold 255")}));
-    QVERIFY(!returnOfferedFirst);
-    QVERIFY(returnOfferedLater);
-    QCOMPARE(offsetAfterSearchNode, QStringLiteral("0"));
-    QCOMPARE(offsetAfterReturn, QStringLiteral("2"));
-    QCOMPARE(searchMarks, QStringLiteral("bold 16711680"));
-    QCOMPARE(returnMarks, QStringLiteral("255"));
-    QCOMPARE(offsetBefore, QStringLiteral("-3"));
-    QCOMPARE(returnBefore, QStringLiteral("0")); // the red mark moved
-    QCOMPARE(control.NodeOffset(), -3);
+    QCOMPARE(session.control.NodeOffset(), -3);
 }
 
 void tst_Searching::copyNodeTextAsksFirst()
 {
-    ScriptedDialogs script;
-    Tamberline control;
-    control.setUrl1(testPageUrl(QStringLiteral("simple.html")));
-    control.setAllowNav2(true);
-    control.setSearchText(QStringLiteral("Apples"));
-    QString kept, copied;
-    editWithParser(control, script, [&](frmMain *parser) {
+    ParserSession session;
+    session.control.setSearchText(u"Apples"_s);
+    session.edit([&](frmMain *parser) {
         QTRY_VERIFY(!selectedKey(parser).isEmpty());
         auto *search = child<QLineEdit>(parser, "txtSearchText");
         openNodeMenu(parser);
-        script.answerMessageBox(Dialogs::Cancel);
+        session.script.answerMessageBox(Dialogs::Cancel);
         chooseFromMenu(parser, "mnu_NodeOperAddText");
-        kept = search->text();
+        QCOMPARE(search->text(), u"Apples"_s);
         search->clear(); // an empty box is overwritten without a question
         chooseFromMenu(parser, "mnu_NodeOperAddText");
-        copied = search->text();
-        triggerMenu(parser, "mnu_Exit");
+        QCOMPARE(search->text(), u"Apples"_s);
     });
-    QVERIFY2(script.done(), qPrintable(script.pending()));
-    QCOMPARE(script.messageBoxes().size(), 1);
-    QCOMPARE(script.messageBoxes().first().title, QStringLiteral("Caution"));
-    QCOMPARE(script.messageBoxes().first().style, 49);
-    QCOMPARE(kept, QStringLiteral("Apples"));
-    QCOMPARE(copied, QStringLiteral("Apples"));
+    QCOMPARE(session.script.messageBoxes().size(), 1);
+    QCOMPARE(session.script.messageBoxes().first().title, u"Caution"_s);
+    QCOMPARE(session.script.messageBoxes().first().style, 49);
 }
 
 QTEST_MAIN(tst_Searching)

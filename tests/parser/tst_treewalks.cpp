@@ -1,38 +1,40 @@
 #include "parser/frmmain.h"
 #include "parser/treewalks.h"
+#include "parserdriver.h"
 #include "platform/settingsstore.h"
-#include "scripteddialogs.h"
-#include "testsettings.h"
 
 #include <QKeyEvent>
 #include <QMenu>
 #include <QTreeWidget>
 #include <QtTest>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
-// R(A(A1, A2(A2a)), B(B1)), C(C1): built under the tree's first node as the tree code does.
+// R(A(A1, A2(A2a)), B(B1(B1a))), C(C1): built under the tree's first node as the tree code does.
 void buildShape(NodeTree &tree)
 {
-    tree.add(QString(), QStringLiteral("R"), QStringLiteral("R"));
-    tree.add(QStringLiteral("R"), QStringLiteral("A"), QStringLiteral("A"));
-    tree.add(QStringLiteral("A"), QStringLiteral("A1"), QStringLiteral("A1"));
-    tree.add(QStringLiteral("A"), QStringLiteral("A2"), QStringLiteral("A2"));
-    tree.add(QStringLiteral("A2"), QStringLiteral("A2a"), QStringLiteral("A2a"));
-    tree.add(QStringLiteral("R"), QStringLiteral("B"), QStringLiteral("B"));
-    tree.add(QStringLiteral("B"), QStringLiteral("B1"), QStringLiteral("B1"));
-    tree.add(QString(), QStringLiteral("C"), QStringLiteral("C"));
-    tree.add(QStringLiteral("C"), QStringLiteral("C1"), QStringLiteral("C1"));
+    tree.add(QString(), u"R"_s, u"R"_s);
+    tree.add(u"R"_s, u"A"_s, u"A"_s);
+    tree.add(u"A"_s, u"A1"_s, u"A1"_s);
+    tree.add(u"A"_s, u"A2"_s, u"A2"_s);
+    tree.add(u"A2"_s, u"A2a"_s, u"A2a"_s);
+    tree.add(u"R"_s, u"B"_s, u"B"_s);
+    tree.add(u"B"_s, u"B1"_s, u"B1"_s);
+    tree.add(u"B1"_s, u"B1a"_s, u"B1a"_s);
+    tree.add(QString(), u"C"_s, u"C"_s);
+    tree.add(u"C"_s, u"C1"_s, u"C1"_s);
 }
 
 // A chain of nodes, each the only child of the one before.
 QTreeWidget *chainIn(frmMain &parser, int length)
 {
     parser.show();
-    parser.nodeTree().add(QString(), QStringLiteral("K0"), QStringLiteral("root"));
+    parser.nodeTree().add(QString(), u"K0"_s, u"root"_s);
     for (int i = 1; i < length; ++i)
-        parser.nodeTree().add(QStringLiteral("K%1").arg(i - 1), QStringLiteral("K%1").arg(i), QStringLiteral("n"));
-    return parser.findChild<QTreeWidget *>(QStringLiteral("tvu"));
+        parser.nodeTree().add(u"K%1"_s.arg(i - 1), u"K%1"_s.arg(i), u"n"_s);
+    return parser.findChild<QTreeWidget *>(u"tvu"_s);
 }
 
 QString expanded(const NodeTree &tree)
@@ -47,24 +49,18 @@ QString expanded(const NodeTree &tree)
 
 } // namespace
 
-class tst_TreeWalks : public QObject
+class tst_TreeWalks : public ParserTestCase
 {
     Q_OBJECT
 
 private slots:
-    void init() { m_settings = std::make_unique<TestSettings>(); }
-    void cleanup() { m_settings.reset(); }
     void oneLevelAtATime();
-    void emptyTree();
     void expandAllStopsAtEscape();
     void secondClickWhileExpanding();
     void collapseAll();
     void favorites();
     void favoriteNamesWithSlashes();
     void addingWithoutAPage();
-
-private:
-    std::unique_ptr<TestSettings> m_settings;
 };
 
 void tst_TreeWalks::oneLevelAtATime()
@@ -72,30 +68,19 @@ void tst_TreeWalks::oneLevelAtATime()
     QTreeWidget view;
     NodeTree tree(&view);
     buildShape(tree);
-    const QStringList afterEachExpand{QStringLiteral("R C"), QStringLiteral("R A B C"), QStringLiteral("R A A2 B C"),
-                                      QStringLiteral("R A A2 B C")};
+    // A last child opened is not entered on the same click: B1 waits for the third.
+    const QStringList afterEachExpand{u"R C"_s, u"R A B C"_s, u"R A A2 B B1 C"_s, u"R A A2 B B1 C"_s};
     for (const QString &expected : afterEachExpand) {
         TreeWalks::ExpandOneLevel(&view);
         QCOMPARE(expanded(tree), expected);
     }
     // Each node whose first child is closed closes (R only on the second pass, once A has); a
     // later child keeps its own state.
-    const QStringList afterEachCollapse{QStringLiteral("R A2"), QStringLiteral("A2"), QStringLiteral("A2")};
+    const QStringList afterEachCollapse{u"R A2 B"_s, u"A2 B"_s, u"A2 B"_s};
     for (const QString &expected : afterEachCollapse) {
         TreeWalks::CollapseOneLevel(&view);
         QCOMPARE(expanded(tree), expected);
     }
-}
-
-void tst_TreeWalks::emptyTree()
-{
-    frmMain parser;
-    parser.cmdExpand_Click();
-    parser.cmdCollapse_Click();
-    parser.cmdExpandAll_Click();
-    parser.cmdCollapseAll_Click();
-    QCOMPARE(parser.nodeTree().count(), 0);
-    QVERIFY(!parser.findChild<QTreeWidget *>(QStringLiteral("tvu"))->isHidden());
 }
 
 void tst_TreeWalks::expandAllStopsAtEscape()
@@ -137,7 +122,14 @@ void tst_TreeWalks::collapseAll()
 {
     frmMain parser;
     parser.show();
+    // No page yet: every walk has nothing to do, and the tree stays on.
+    parser.cmdExpand_Click();
+    parser.cmdCollapse_Click();
+    parser.cmdExpandAll_Click();
+    parser.cmdCollapseAll_Click();
+    QVERIFY(!parser.findChild<QTreeWidget *>(u"tvu"_s)->isHidden());
     NodeTree &tree = parser.nodeTree();
+    QCOMPARE(tree.count(), 0);
     buildShape(tree);
     for (QTreeWidgetItem *node : tree.nodesInOrder())
         node->setExpanded(true);
@@ -148,39 +140,38 @@ void tst_TreeWalks::collapseAll()
 void tst_TreeWalks::favorites()
 {
     for (int i = 1; i <= 10; ++i)
-        SettingsStore::saveSetting(QStringLiteral("Favorites"), QStringLiteral("Site %1").arg(QChar(u'A' + i - 1)),
-                                   QStringLiteral("http://site%1.example/").arg(i));
+        SettingsStore::saveSetting(u"Favorites"_s, u"Site %1"_s.arg(QChar(u'A' + i - 1)), u"http://site%1.example/"_s.arg(i));
     frmMain parser;
     const QList<QAction *> items = parser.favoriteItems();
     QCOMPARE(items.size(), 10);
-    QCOMPARE(items.at(0)->text(), QStringLiteral("&1. Site A"));
-    QCOMPARE(items.at(9)->text(), QStringLiteral("&10. Site J"));
-    QCOMPARE(items.at(9)->data().toString(), QStringLiteral("http://site10.example/"));
+    QCOMPARE(items.at(0)->text(), u"&1. Site A"_s);
+    QCOMPARE(items.at(9)->text(), u"&10. Site J"_s);
+    QCOMPARE(items.at(9)->data().toString(), u"http://site10.example/"_s);
     QVERIFY(items.at(9)->isVisible());
 
     // Adding under a known name replaces its address; a blank name is a name.
     ScriptedDialogs script;
-    script.answerInputBox(QStringLiteral("Site A"));
-    script.answerInputBox(QStringLiteral(" "));
+    script.answerInputBox(u"Site A"_s);
+    script.answerInputBox(u" "_s);
     script.answerInputBox(QString()); // Cancel
     parser.mnu_Favorites_Add_Click();
     parser.mnu_Favorites_Add_Click();
     parser.mnu_Favorites_Add_Click();
     QVERIFY2(script.done(), qPrintable(script.pending()));
-    const auto stored = SettingsStore::getAllSettings(QStringLiteral("Favorites"));
+    const auto stored = SettingsStore::getAllSettings(u"Favorites"_s);
     QCOMPARE(stored.size(), 11);
-    QVERIFY(stored.contains(std::pair(QStringLiteral("Site A"), QStringLiteral("http://www.example.com/"))));
-    QVERIFY(stored.contains(std::pair(QStringLiteral(" "), QStringLiteral("http://www.example.com/"))));
+    QVERIFY(stored.contains(std::pair(u"Site A"_s, u"http://www.example.com/"_s)));
+    QVERIFY(stored.contains(std::pair(u" "_s, u"http://www.example.com/"_s)));
     QCOMPARE(parser.favoriteItems().size(), 11);
-    QCOMPARE(script.inputBoxes().first().title, QStringLiteral("Add To Favorites"));
-    QCOMPARE(script.inputBoxes().first().prompt, QStringLiteral("Type a name for this address to appear in the favorites menu:"));
+    QCOMPARE(script.inputBoxes().first().title, u"Add To Favorites"_s);
+    QCOMPARE(script.inputBoxes().first().prompt, u"Type a name for this address to appear in the favorites menu:"_s);
 }
 
 void tst_TreeWalks::favoriteNamesWithSlashes()
 {
-    SettingsStore::saveSetting(QStringLiteral("Favorites"), QStringLiteral("a/b\\c %2F"), QStringLiteral("http://x/"));
-    const auto stored = SettingsStore::getAllSettings(QStringLiteral("Favorites"));
-    QCOMPARE(stored, (QList<std::pair<QString, QString>>{{QStringLiteral("a/b\\c %2F"), QStringLiteral("http://x/")}}));
+    SettingsStore::saveSetting(u"Favorites"_s, u"a/b\\c %2F"_s, u"http://x/"_s);
+    const auto stored = SettingsStore::getAllSettings(u"Favorites"_s);
+    QCOMPARE(stored, (QList<std::pair<QString, QString>>{{u"a/b\\c %2F"_s, u"http://x/"_s}}));
 }
 
 void tst_TreeWalks::addingWithoutAPage()
@@ -190,11 +181,11 @@ void tst_TreeWalks::addingWithoutAPage()
     QCOMPARE(parser.favoriteItems().size(), 1);
     QVERIFY(!parser.favoriteItems().first()->isVisible());
     ScriptedDialogs script;
-    script.answerInputBox(QStringLiteral("Mine"));
+    script.answerInputBox(u"Mine"_s);
     parser.mnu_Favorites_Add_Click();
-    QCOMPARE(script.inputBoxes().first().defaultText, QStringLiteral("Untitled"));
-    QCOMPARE(SettingsStore::getSetting(QStringLiteral("Favorites"), QStringLiteral("Mine")), QStringLiteral("http://www.example.com/"));
-    QCOMPARE(parser.favoriteItems().first()->text(), QStringLiteral("&1. Mine"));
+    QCOMPARE(script.inputBoxes().first().defaultText, u"Untitled"_s);
+    QCOMPARE(SettingsStore::getSetting(u"Favorites"_s, u"Mine"_s), u"http://www.example.com/"_s);
+    QCOMPARE(parser.favoriteItems().first()->text(), u"&1. Mine"_s);
     QVERIFY(parser.favoriteItems().first()->isVisible());
 }
 

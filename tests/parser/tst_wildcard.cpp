@@ -5,6 +5,8 @@
 #include <QRandomGenerator>
 #include <QtTest>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 WildcardPattern::RandomSource fixed(double value)
@@ -16,9 +18,9 @@ WildcardPattern::RandomSource fixed(double value)
 QString outcome(const std::function<bool()> &match)
 {
     try {
-        return match() ? QStringLiteral("match") : QStringLiteral("no match");
+        return match() ? u"match"_s : u"no match"_s;
     } catch (const RuntimeError &error) {
-        return QStringLiteral("error %1").arg(error.number());
+        return u"error %1"_s.arg(error.number());
     }
 }
 
@@ -39,40 +41,36 @@ void tst_Wildcard::matches_data()
     QTest::addColumn<QString>("text");
     QTest::addColumn<QString>("pattern");
     QTest::addColumn<QString>("outcome");
-    const QString yes = QStringLiteral("match"), no = QStringLiteral("no match");
+    const QString yes = u"match"_s, no = u"no match"_s;
 
-    QTest::newRow("whole text only") << QStringLiteral("PRICE") << QStringLiteral("PRICE") << yes;
-    QTest::newRow("part of the text is not enough") << QStringLiteral("THE PRICE") << QStringLiteral("PRICE") << no;
-    QTest::newRow("star on both sides finds it inside") << QStringLiteral("THE PRICE IS") << QStringLiteral("*PRICE*") << yes;
-    QTest::newRow("? is one character") << QStringLiteral("AB") << QStringLiteral("?B") << yes;
-    QTest::newRow("? is not none") << QStringLiteral("B") << QStringLiteral("?B") << no;
-    QTest::newRow("? is not two") << QStringLiteral("ABB") << QStringLiteral("?B") << no;
-    QTest::newRow("trailing star may match nothing") << QStringLiteral("A") << QStringLiteral("A*") << yes;
-    QTest::newRow("star matches any non-empty text") << QStringLiteral("ANYTHING") << QStringLiteral("*") << yes;
-    QTest::newRow("star does not match an empty text") << QString() << QStringLiteral("*") << no;
-    QTest::newRow("leading star at the first occurrence") << QStringLiteral("XABC") << QStringLiteral("*ABC") << yes;
-    QTest::newRow("leading star tries one place only") << QStringLiteral("ABCABC") << QStringLiteral("*ABC") << no;
-    QTest::newRow("leading star with ? tries one place only") << QStringLiteral("ABXABY") << QStringLiteral("*AB?") << no;
-    QTest::newRow("a later star tries every place") << QStringLiteral("XABCABC") << QStringLiteral("X*ABC") << yes;
-    QTest::newRow("escaped star matches nothing") << QStringLiteral("A*B") << QStringLiteral("A\\*B") << no;
-    QTest::newRow("escaped question mark matches nothing") << QStringLiteral("A?B") << QStringLiteral("A\\?B") << no;
-    QTest::newRow("the escape token itself is literal text") << QStringLiteral("A_500B") << QStringLiteral("A\\*B") << yes;
-    QTest::newRow("stars and ? together") << QStringLiteral("PRICE: 12.50 EUR") << QStringLiteral("PRICE: ??.* EUR") << yes;
-    QTest::newRow("two stars side by side") << QStringLiteral("AXYB") << QStringLiteral("A**B") << yes;
-    QTest::newRow("a literal after ? is tried at its first occurrence")
-        << QStringLiteral("XAB-AB") << QStringLiteral("?AB*") << yes;
-    QTest::newRow("text after the last literal fails") << QStringLiteral("ABC") << QStringLiteral("A*B") << no;
-    QTest::newRow("text that looks like a placeholder stays literal")
-        << QStringLiteral("_503XYZ") << QStringLiteral("_503_504*") << no;
-    QTest::newRow("placeholder-like text matches itself") << QStringLiteral("_503_504XYZ") << QStringLiteral("_503_504*") << yes;
-    QTest::newRow("a match at position 32,767 counts")
-        << QString(32766, u'A') + QStringLiteral("END") << QStringLiteral("*END") << yes;
-    QTest::newRow("a match past position 32,767 overflows")
-        << QString(32767, u'A') + QStringLiteral("END") << QStringLiteral("*END") << QStringLiteral("error 6");
+    QTest::newRow("whole text only") << u"PRICE"_s << u"PRICE"_s << yes;
+    QTest::newRow("part of the text is not enough") << u"THE PRICE"_s << u"PRICE"_s << no;
+    QTest::newRow("star on both sides finds it inside") << u"THE PRICE IS"_s << u"*PRICE*"_s << yes;
+    QTest::newRow("? is one character") << u"AB"_s << u"?B"_s << yes;
+    QTest::newRow("? is not none") << u"B"_s << u"?B"_s << no;
+    QTest::newRow("? is not two") << u"ABB"_s << u"?B"_s << no;
+    QTest::newRow("trailing star may match nothing") << u"A"_s << u"A*"_s << yes;
+    QTest::newRow("star matches any non-empty text") << u"ANYTHING"_s << u"*"_s << yes;
+    QTest::newRow("star does not match an empty text") << QString() << u"*"_s << no;
+    QTest::newRow("leading star at the first occurrence") << u"XABC"_s << u"*ABC"_s << yes;
+    QTest::newRow("leading star tries one place only") << u"ABCABC"_s << u"*ABC"_s << no;
+    QTest::newRow("leading star with ? tries one place only") << u"ABXABY"_s << u"*AB?"_s << no;
+    QTest::newRow("a later star tries every place") << u"XABCABC"_s << u"X*ABC"_s << yes;
+    QTest::newRow("escaped star matches nothing") << u"A*B"_s << u"A\\*B"_s << no;
+    QTest::newRow("escaped question mark matches nothing") << u"A?B"_s << u"A\\?B"_s << no;
+    QTest::newRow("the escape token itself is literal text") << u"A_500B"_s << u"A\\*B"_s << yes;
+    QTest::newRow("stars and ? together") << u"PRICE: 12.50 EUR"_s << u"PRICE: ??.* EUR"_s << yes;
+    QTest::newRow("two stars side by side") << u"AXYB"_s << u"A**B"_s << yes;
+    QTest::newRow("a literal after ? is tried at its first occurrence") << u"XAB-AB"_s << u"?AB*"_s << yes;
+    QTest::newRow("text after the last literal fails") << u"ABC"_s << u"A*B"_s << no;
+    QTest::newRow("text that looks like a placeholder stays literal") << u"_503XYZ"_s << u"_503_504*"_s << no;
+    QTest::newRow("placeholder-like text matches itself") << u"_503_504XYZ"_s << u"_503_504*"_s << yes;
+    QTest::newRow("a match at position 32,767 counts") << QString(32766, u'A') + u"END"_s << u"*END"_s << yes;
+    QTest::newRow("a match past position 32,767 overflows") << QString(32767, u'A') + u"END"_s << u"*END"_s << u"error 6"_s;
     QTest::newRow("twenty thousand ? deep") << QString(20000, u'X') << QString(20000, u'?') << yes;
     QTest::newRow("twenty thousand ? need as many letters") << QString(19999, u'X') << QString(20000, u'?') << no;
-    QTest::newRow("many stars over many As") << QString(200, u'A') << QStringLiteral("*A*A*A*A*A*A*A*B") << no;
-    QTest::newRow("many stars, then found") << QString(200, u'A') + u'B' << QStringLiteral("*A*A*A*A*A*A*A*B") << yes;
+    QTest::newRow("many stars over many As") << QString(200, u'A') << u"*A*A*A*A*A*A*A*B"_s << no;
+    QTest::newRow("many stars, then found") << QString(200, u'A') + u'B' << u"*A*A*A*A*A*A*A*B"_s << yes;
 }
 
 void tst_Wildcard::matches()
@@ -90,8 +88,8 @@ void tst_Wildcard::sameAnswersAsTheDefinition()
 {
     // Small random patterns and texts over an alphabet that also makes tokens clash with text.
     QRandomGenerator generator(20261121);
-    const QString patternAlphabet = QStringLiteral("AB*?\\_12");
-    const QString textAlphabet = QStringLiteral("AB_12");
+    const QString patternAlphabet = u"AB*?\\_12"_s;
+    const QString textAlphabet = u"AB_12"_s;
     const auto draw = [&](const QString &alphabet, int maxLength) {
         QString result;
         const int length = generator.bounded(maxLength + 1);
@@ -123,9 +121,9 @@ void tst_Wildcard::sameAnswersAsTheDefinition()
         WildcardMatcher matcher(fixed(random));
         const QString fast = outcome([&] { return matcher.MatchWildcard(text, pattern); });
         const QString reference = outcome([&] { return WildcardReference::MatchWildcard(text, pattern, fixed(random)); });
-        QVERIFY2(fast == reference, qPrintable(QStringLiteral("text \"%1\" pattern \"%2\" random %3: %4, the definition says %5")
+        QVERIFY2(fast == reference, qPrintable(u"text \"%1\" pattern \"%2\" random %3: %4, the definition says %5"_s
                                                    .arg(text, pattern).arg(random).arg(fast, reference)));
-        matched += fast == QStringLiteral("match");
+        matched += fast == u"match"_s;
     }
     QVERIFY(matched > 1000); // the rounds are not all trivially failing
 }

@@ -4,6 +4,8 @@
 
 #include <cmath>
 
+using namespace Qt::StringLiterals;
+
 namespace WildcardReference {
 
 namespace {
@@ -91,7 +93,7 @@ bool MatchWildcard(const QString &text, const QString &pattern, const std::funct
             ++n;
         return u'_' + QString::number(n++);
     };
-    for (const QString escape : {QStringLiteral("\\*"), QStringLiteral("\\?"), QStringLiteral("\\\\")})
+    for (const QString escape : {u"\\*"_s, u"\\?"_s, u"\\\\"_s})
         p.replace(escape, token());
     const QString star = token();
     p.replace(u'*', star);
