@@ -34,8 +34,7 @@ public:
         // Shared with the callback, which may come after a test has given up on it.
         const auto answer = std::make_shared<std::pair<bool, DocumentPtr>>(false, nullptr);
         page->requestSnapshot([answer](DocumentPtr result) { *answer = {true, result}; }, limits);
-        QTest::qWaitFor([&] { return answer->first; }, 60000);
-        return answer->second;
+        return QTest::qWaitFor([&] { return answer->first; }, 60000) ? answer->second : nullptr;
     }
 
     QWebEngineView view;

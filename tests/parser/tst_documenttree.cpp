@@ -1,6 +1,7 @@
 #include "parser/documenttree.h"
 #include "parser/nodetree.h"
 #include "platform/runtimeerror.h"
+#include "datatable.h"
 
 #include <QTreeWidget>
 #include <QtTest>
@@ -53,111 +54,100 @@ class tst_DocumentTree : public QObject
     Q_OBJECT
 
 private slots:
-    void mirrorsThePage();
-    void sixteenBitLimit_data();
-    void sixteenBitLimit();
-    void branchWithTextNodes();
-    void branchOnADeepPage();
-    void duplicateAndMissingKeys();
+    void mirrorsThePage()
+    {
+        Document document;
+        document.elements = {{u"HTML"_s, -1}, {u"HEAD"_s, 0}, {u"BODY"_s, 0}, {u"svg"_s, 2}, {u"P"_s, 2}, {u"COMMENT-LIKE"_s, -1}};
+        QTreeWidget view;
+        NodeTree tree(&view);
+        BuildDocumentTree(document, tree);
+        QCOMPARE(view.topLevelItemCount(), 1);
+        QTreeWidgetItem *root = view.topLevelItem(0);
+        QCOMPARE(NodeTree::keyOf(root), u"RootKey"_s);
+        QCOMPARE(root->text(0), u"Document"_s);
+        // Elements without a parent hang under the root, the others under their parent.
+        QCOMPARE(root->childCount(), 2);
+        QCOMPARE(NodeTree::keyOf(root->child(1)), u"K5"_s);
+        QCOMPARE(tree.node(u"K3"_s)->parent(), tree.node(u"K2"_s));
+        QCOMPARE(tree.node(u"K3"_s)->text(0), u"svg"_s);
+        QVERIFY(!tree.node(u"K0"_s)->isExpanded());
+        QCOMPARE(tree.count(), 7);
+
+        tree.clear();
+        BuildDocumentTree(Document(), tree);
+        QCOMPARE(tree.count(), 1);
+    }
+
+    void sixteenBitLimit_data()
+    {
+        addColumns<int, int, int>("elements", "nodes", "error");
+        QTest::newRow("32,767 elements fit") << 32767 << 32768 << 0;
+        QTest::newRow("32,768 fill the tree, then overflow") << 32768 << 32769 << 6;
+        QTest::newRow("32,769 leave the root alone") << 32769 << 1 << 6;
+        QTest::newRow("100,000 leave the root alone") << 100000 << 1 << 6;
+    }
+
+    void sixteenBitLimit()
+    {
+        const auto [elements, nodes, error] = fetchRow<int, int, int>("elements", "nodes", "error");
+        const Document document = flatPage(elements);
+        QTreeWidget view;
+        NodeTree tree(&view);
+        QCOMPARE(errorOf([&] { BuildDocumentTree(document, tree); }), error);
+        QCOMPARE(tree.count(), nodes);
+        QCOMPARE(view.topLevelItemCount(), 1); // the nodes added before the error are shown
+    }
+
+    void branchWithTextNodes()
+    {
+        Document document;
+        Document::Element body{u"BODY"_s, -1};
+        body.children = {{-1, u"Hello "_s}, {1, {}}, {2, {}}};
+        document.elements = {body, {u"B"_s, 0, u"name"_s, {}, {{-1, u"world"_s}}}, {u"I"_s, 0, u" "_s}};
+        QTreeWidget view;
+        NodeTree tree(&view);
+        tree.add(QString(), u"K99"_s, u"holder"_s);
+        int16_t count = 0;
+        AddElementBranch(document, 0, 99, tree, count);
+        QCOMPARE(count, int16_t(5));
+        QTreeWidgetItem *bodyNode = tree.node(u"K0"_s);
+        QCOMPARE(bodyNode->parent(), tree.node(u"K99"_s));
+        QCOMPARE(bodyNode->childCount(), 3);
+        QCOMPARE(bodyNode->child(0)->text(0), u"Hello "_s);
+        QCOMPARE(NodeTree::colourOf(bodyNode->child(0)), NodeTree::Blue);
+        QCOMPARE(NodeTree::keyOf(bodyNode->child(0)), QString());
+        QCOMPARE(NodeTree::colourOf(tree.node(u"K1"_s)), NodeTree::Red); // has an id
+        QCOMPARE(tree.node(u"K1"_s)->child(0)->text(0), u"world"_s);
+        QCOMPARE(NodeTree::colourOf(tree.node(u"K2"_s)), 0); // a blank id is no id
+
+        // The counter is never reset and overflows like the rest.
+        count = 32767;
+        QCOMPARE(errorOf([&] { AddElementBranch(document, 2, 0, tree, count); }), 6);
+    }
+
+    void branchOnADeepPage()
+    {
+        const Document document = deepPage(16000);
+        QTreeWidget view;
+        NodeTree tree(&view);
+        tree.add(QString(), u"K-1"_s, u"holder"_s);
+        int16_t count = 0;
+        AddElementBranch(document, 0, -1, tree, count);
+        QCOMPARE(count, int16_t(32000));
+        QCOMPARE(tree.node(u"K15999"_s)->child(0)->text(0), u"level 15999"_s);
+    }
+
+    void duplicateAndMissingKeys()
+    {
+        QTreeWidget view;
+        NodeTree tree(&view);
+        tree.add(QString(), u"K1"_s, u"A"_s);
+        QCOMPARE(errorOf([&] { tree.add(QString(), u"K1"_s, u"B"_s); }), 35602);
+        QCOMPARE(errorOf([&] { tree.add(u"K7"_s, u"K8"_s, u"C"_s); }), 35601);
+        QCOMPARE(errorOf([&] { tree.node(u"K8"_s); }), 35601);
+        QCOMPARE(tree.count(), 1);
+    }
 };
-
-void tst_DocumentTree::mirrorsThePage()
-{
-    Document document;
-    document.elements = {{u"HTML"_s, -1}, {u"HEAD"_s, 0}, {u"BODY"_s, 0}, {u"svg"_s, 2}, {u"P"_s, 2}, {u"COMMENT-LIKE"_s, -1}};
-    QTreeWidget view;
-    NodeTree tree(&view);
-    BuildDocumentTree(document, tree);
-    QCOMPARE(view.topLevelItemCount(), 1);
-    QTreeWidgetItem *root = view.topLevelItem(0);
-    QCOMPARE(NodeTree::keyOf(root), u"RootKey"_s);
-    QCOMPARE(root->text(0), u"Document"_s);
-    // Elements without a parent hang under the root, the others under their parent.
-    QCOMPARE(root->childCount(), 2);
-    QCOMPARE(NodeTree::keyOf(root->child(1)), u"K5"_s);
-    QCOMPARE(tree.node(u"K3"_s)->parent(), tree.node(u"K2"_s));
-    QCOMPARE(tree.node(u"K3"_s)->text(0), u"svg"_s);
-    QVERIFY(!tree.node(u"K0"_s)->isExpanded());
-    QCOMPARE(tree.count(), 7);
-
-    tree.clear();
-    BuildDocumentTree(Document(), tree);
-    QCOMPARE(tree.count(), 1);
-}
-
-void tst_DocumentTree::sixteenBitLimit_data()
-{
-    QTest::addColumn<int>("elements");
-    QTest::addColumn<int>("nodes");
-    QTest::addColumn<int>("error");
-    QTest::newRow("32,767 elements fit") << 32767 << 32768 << 0;
-    QTest::newRow("32,768 fill the tree, then overflow") << 32768 << 32769 << 6;
-    QTest::newRow("32,769 leave the root alone") << 32769 << 1 << 6;
-    QTest::newRow("100,000 leave the root alone") << 100000 << 1 << 6;
-}
-
-void tst_DocumentTree::sixteenBitLimit()
-{
-    QFETCH(int, elements);
-    QFETCH(int, nodes);
-    QFETCH(int, error);
-    const Document document = flatPage(elements);
-    QTreeWidget view;
-    NodeTree tree(&view);
-    QCOMPARE(errorOf([&] { BuildDocumentTree(document, tree); }), error);
-    QCOMPARE(tree.count(), nodes);
-    QCOMPARE(view.topLevelItemCount(), 1); // the nodes added before the error are shown
-}
-
-void tst_DocumentTree::branchWithTextNodes()
-{
-    Document document;
-    Document::Element body{u"BODY"_s, -1};
-    body.children = {{-1, u"Hello "_s}, {1, {}}, {2, {}}};
-    document.elements = {body, {u"B"_s, 0, u"name"_s, {}, {{-1, u"world"_s}}}, {u"I"_s, 0, u" "_s}};
-    QTreeWidget view;
-    NodeTree tree(&view);
-    tree.add(QString(), u"K99"_s, u"holder"_s);
-    int16_t count = 0;
-    AddElementBranch(document, 0, 99, tree, count);
-    QCOMPARE(count, int16_t(5));
-    QTreeWidgetItem *bodyNode = tree.node(u"K0"_s);
-    QCOMPARE(bodyNode->parent(), tree.node(u"K99"_s));
-    QCOMPARE(bodyNode->childCount(), 3);
-    QCOMPARE(bodyNode->child(0)->text(0), u"Hello "_s);
-    QCOMPARE(NodeTree::colourOf(bodyNode->child(0)), NodeTree::Blue);
-    QCOMPARE(NodeTree::keyOf(bodyNode->child(0)), QString());
-    QCOMPARE(NodeTree::colourOf(tree.node(u"K1"_s)), NodeTree::Red); // has an id
-    QCOMPARE(tree.node(u"K1"_s)->child(0)->text(0), u"world"_s);
-    QCOMPARE(NodeTree::colourOf(tree.node(u"K2"_s)), 0); // a blank id is no id
-
-    // The counter is never reset and overflows like the rest.
-    count = 32767;
-    QCOMPARE(errorOf([&] { AddElementBranch(document, 2, 0, tree, count); }), 6);
-}
-
-void tst_DocumentTree::branchOnADeepPage()
-{
-    const Document document = deepPage(16000);
-    QTreeWidget view;
-    NodeTree tree(&view);
-    tree.add(QString(), u"K-1"_s, u"holder"_s);
-    int16_t count = 0;
-    AddElementBranch(document, 0, -1, tree, count);
-    QCOMPARE(count, int16_t(32000));
-    QCOMPARE(tree.node(u"K15999"_s)->child(0)->text(0), u"level 15999"_s);
-}
-
-void tst_DocumentTree::duplicateAndMissingKeys()
-{
-    QTreeWidget view;
-    NodeTree tree(&view);
-    tree.add(QString(), u"K1"_s, u"A"_s);
-    QCOMPARE(errorOf([&] { tree.add(QString(), u"K1"_s, u"B"_s); }), 35602);
-    QCOMPARE(errorOf([&] { tree.add(u"K7"_s, u"K8"_s, u"C"_s); }), 35601);
-    QCOMPARE(errorOf([&] { tree.node(u"K8"_s); }), 35601);
-    QCOMPARE(tree.count(), 1);
-}
 
 QTEST_MAIN(tst_DocumentTree)
 #include "tst_documenttree.moc"

@@ -2,6 +2,7 @@
 #include "freshquery.h"
 #include "parser/nodepropertylist.h"
 #include "platform/runtimeerror.h"
+#include "datatable.h"
 
 #include <QTreeWidget>
 #include <QtTest>
@@ -57,175 +58,161 @@ class tst_NodePropertyList : public QObject
     Q_OBJECT
 
 private slots:
-    void init();
-    void rows_data();
-    void rows();
-    void entryWithoutEquals();
-    void noMarksWithoutAQueryControl();
-    void toggleEditsTheFilters();
-    void sorting();
+    void init()
+    {
+        resetThreadQuery();
+        m_list = std::make_unique<QTreeWidget>();
+        m_list->setColumnCount(2);
+        m_control = std::make_unique<Tamberline>();
+    }
 
+    void rows_data()
+    {
+        addColumns<int, int, QStringList, QStringList>("show", "element", "filters", "rows");
+
+        const QStringList elementRows{u"tagName=P b"_s, u"ParentTag=BODY b"_s, u"sourceIndex=2 b"_s};
+        QTest::newRow("non-empty: empty and null values hidden, NULL shown")
+            << int(NodePropertyList::Show::NonEmpty) << 2 << QStringList{}
+            << QStringList{u"id=x"_s, u"data=NULL"_s} + elementRows;
+        QTest::newRow("all: every attribute but ValdKey") << int(NodePropertyList::Show::All) << 2 << QStringList{}
+            << QStringList{u"id=x"_s, u"class="_s, u"title= null "_s, u"data=NULL"_s}
+                   + elementRows;
+        QTest::newRow("neither option: element rows only") << int(NodePropertyList::Show::None) << 2 << QStringList{} << elementRows;
+        QTest::newRow("the top element has no parent tag") << int(NodePropertyList::Show::NonEmpty) << 0 << QStringList{}
+            << QStringList{u"tagName=HTML b"_s, u"sourceIndex=0 b"_s};
+        QTest::newRow("the element under the top one has its parent tag") << int(NodePropertyList::Show::None) << 1 << QStringList{}
+            << QStringList{u"tagName=BODY b"_s, u"ParentTag=HTML b"_s, u"sourceIndex=1 b"_s};
+        QTest::newRow("a filter with another value leaves the row unticked")
+            << int(NodePropertyList::Show::NonEmpty) << 2 << QStringList{u"id=y"_s}
+            << QStringList{u"id=x"_s, u"data=NULL"_s} + elementRows + QStringList{u"id=y+ r"_s};
+        QTest::newRow("a filter the element carries is ticked")
+            << int(NodePropertyList::Show::NonEmpty) << 2 << QStringList{u"id=x"_s}
+            << QStringList{u"id=x+"_s, u"data=NULL"_s} + elementRows;
+        QTest::newRow("ticked without regard to case, present by exact text")
+            << int(NodePropertyList::Show::NonEmpty) << 2 << QStringList{u"ID=x"_s}
+            << QStringList{u"id=x+"_s, u"data=NULL"_s} + elementRows + QStringList{u"ID=x+ r"_s};
+        QTest::newRow("element rows are filters too") << int(NodePropertyList::Show::None) << 2 << QStringList{u"TAGNAME=p"_s}
+            << QStringList{u"tagName=P+ b"_s, u"ParentTag=BODY b"_s, u"sourceIndex=2 b"_s, u"TAGNAME=p+ r"_s};
+        QTest::newRow("blanks inside an entry tick only its own row")
+            << int(NodePropertyList::Show::None) << 2 << QStringList{u"tagName = P"_s}
+            << elementRows + QStringList{u"tagName = P+ r"_s};
+        QTest::newRow("only the two ends of an entry count")
+            << int(NodePropertyList::Show::None) << 2 << QStringList{u"tagName=Q=P"_s}
+            << QStringList{u"tagName=P+ b"_s, u"ParentTag=BODY b"_s, u"sourceIndex=2 b"_s, u"tagName=Q=P+ r"_s};
+        QTest::newRow("a blank entry ends marking, not the filter rows")
+            << int(NodePropertyList::Show::NonEmpty) << 2 << QStringList{u"a=1"_s, u" "_s, u"id=x"_s}
+            << QStringList{u"id=x"_s, u"data=NULL"_s} + elementRows + QStringList{u"a=1+ r"_s};
+        QTest::newRow("no element: the filters alone")
+            << int(NodePropertyList::Show::All) << -1 << QStringList{u"a=1"_s, u"b="_s, u"c=Stra\u00dfe"_s}
+            << QStringList{u"a=1+ r"_s, u"b=+ r"_s, u"c=Stra\u00dfe+ r"_s};
+    }
+
+    void rows()
+    {
+        const auto [show, element, filters, rows] =
+            fetchRow<int, int, QStringList, QStringList>("show", "element", "filters", "rows");
+        for (const QString &filter : filters)
+            m_control->setElemAttribs(-1, filter);
+        NodePropertyList properties(m_list.get());
+        properties.setControl(m_control.get());
+        properties.setShow(NodePropertyList::Show(show));
+        properties.ShowNodeProperties(&m_page, element);
+        QCOMPARE(rowsOf(*m_list), rows);
+    }
+
+    void entryWithoutEquals()
+    {
+        m_control->setElemAttribs(-1, u"a=1"_s);
+        m_control->setElemAttribs(-1, u"junk"_s);
+        NodePropertyList properties(m_list.get());
+        properties.setControl(m_control.get());
+        properties.setShow(NodePropertyList::Show::None);
+        // After a fill with an element the entry just gets no row.
+        properties.ShowNodeProperties(&m_page, 0);
+        QCOMPARE(rowsOf(*m_list).last(), u"a=1+ r"_s);
+        // Without an element the failure reaches the caller; the rows before it stay.
+        m_list->clear();
+        try {
+            properties.ShowNodeProperties(&m_page, -1);
+            QFAIL("an entry without = cannot become a row");
+        } catch (const RuntimeError &error) {
+            QCOMPARE(error.number(), 5);
+        }
+        QCOMPARE(rowsOf(*m_list), QStringList{u"a=1+ r"_s});
+    }
+
+    void noMarksWithoutAQueryControl()
+    {
+        m_control->setElemAttribs(-1, u"id=x"_s);
+        NodePropertyList properties(m_list.get());
+        properties.ShowNodeProperties(&m_page, 2);
+        QCOMPARE(rowsOf(*m_list).first(), u"id=x"_s);
+    }
+
+    void toggleEditsTheFilters()
+    {
+        m_control->setElemAttribs(-1, u"ID=x"_s);
+        m_control->setElemAttribs(-1, u"other=1"_s);
+        NodePropertyList properties(m_list.get());
+        properties.setControl(m_control.get());
+        properties.ShowNodeProperties(&m_page, 2);
+
+        // Unticking a filter-only row removes the row and its entry.
+        toggle(properties, rowNamed(*m_list, u"ID"_s, NodePropertyList::Red));
+        QVERIFY(!rowNamed(*m_list, u"ID"_s, NodePropertyList::Red));
+        QCOMPARE(storedAttribs(*m_control), QStringList{u"other=1"_s});
+
+        // Ticking appends; unticking a plain or blue row removes the entry only.
+        QTreeWidgetItem *tag = rowNamed(*m_list, u"tagName"_s, NodePropertyList::Blue);
+        toggle(properties, tag);
+        QCOMPARE(storedAttribs(*m_control), (QStringList{u"other=1"_s, u"tagName=P"_s}));
+        toggle(properties, tag);
+        QCOMPARE(storedAttribs(*m_control), QStringList{u"other=1"_s});
+        QCOMPARE(rowNamed(*m_list, u"tagName"_s, NodePropertyList::Blue), tag);
+
+        // A new value for a filtered name replaces the old entry, which moves to the end.
+        m_control->ClearAttribs();
+        m_control->setElemAttribs(-1, u"id=y"_s);
+        m_control->setElemAttribs(-1, u"z=0"_s);
+        QTreeWidgetItem *id = rowNamed(*m_list, u"id"_s, NodePropertyList::DefaultColour);
+        id->setCheckState(0, Qt::Unchecked);
+        toggle(properties, id);
+        QCOMPARE(storedAttribs(*m_control), (QStringList{u"z=0"_s, u"id=x"_s}));
+    }
+
+    void sorting()
+    {
+        NodePropertyList properties(m_list.get());
+        properties.setShow(NodePropertyList::Show::NonEmpty);
+        properties.ShowNodeProperties(&m_page, 2);
+        const auto column = [&](int c) {
+            QStringList texts;
+            for (int i = 0; i < m_list->topLevelItemCount(); ++i)
+                texts.append(m_list->topLevelItem(i)->text(c));
+            return texts;
+        };
+        properties.columnClicked(0);
+        QCOMPARE(column(0), (QStringList{u"data"_s, u"id"_s, u"ParentTag"_s, u"sourceIndex"_s, u"tagName"_s}));
+        QCOMPARE(properties.headerIcon(0), 1);
+        QVERIFY(!m_list->headerItem()->icon(0).isNull());
+        properties.columnClicked(0);
+        QCOMPARE(properties.sortOrder(), Qt::DescendingOrder);
+        QCOMPARE(properties.headerIcon(0), 2);
+        QCOMPARE(column(0).first(), u"tagName"_s);
+        properties.columnClicked(1);
+        QCOMPARE(properties.sortOrder(), Qt::AscendingOrder);
+        QCOMPARE(properties.headerIcon(0), 0);
+        QVERIFY(m_list->headerItem()->icon(0).isNull());
+        QCOMPARE(properties.headerIcon(1), 1);
+        // The order holds across refills.
+        properties.ShowNodeProperties(&m_page, 2);
+        QCOMPARE(column(1), (QStringList{u"2"_s, u"BODY"_s, u"NULL"_s, u"P"_s, u"x"_s}));
+    }
 private:
     const Document m_page = page();
     std::unique_ptr<QTreeWidget> m_list;
     std::unique_ptr<Tamberline> m_control;
 };
-
-void tst_NodePropertyList::init()
-{
-    resetThreadQuery();
-    m_list = std::make_unique<QTreeWidget>();
-    m_list->setColumnCount(2);
-    m_control = std::make_unique<Tamberline>();
-}
-
-void tst_NodePropertyList::rows_data()
-{
-    QTest::addColumn<int>("show");
-    QTest::addColumn<int>("element");
-    QTest::addColumn<QStringList>("filters");
-    QTest::addColumn<QStringList>("rows");
-
-    const QStringList elementRows{u"tagName=P b"_s, u"ParentTag=BODY b"_s, u"sourceIndex=2 b"_s};
-    QTest::newRow("non-empty: empty and null values hidden, NULL shown")
-        << int(NodePropertyList::Show::NonEmpty) << 2 << QStringList{}
-        << QStringList{u"id=x"_s, u"data=NULL"_s} + elementRows;
-    QTest::newRow("all: every attribute but ValdKey") << int(NodePropertyList::Show::All) << 2 << QStringList{}
-        << QStringList{u"id=x"_s, u"class="_s, u"title= null "_s, u"data=NULL"_s}
-               + elementRows;
-    QTest::newRow("neither option: element rows only") << int(NodePropertyList::Show::None) << 2 << QStringList{} << elementRows;
-    QTest::newRow("the top element has no parent tag") << int(NodePropertyList::Show::NonEmpty) << 0 << QStringList{}
-        << QStringList{u"tagName=HTML b"_s, u"sourceIndex=0 b"_s};
-    QTest::newRow("the element under the top one has its parent tag") << int(NodePropertyList::Show::None) << 1 << QStringList{}
-        << QStringList{u"tagName=BODY b"_s, u"ParentTag=HTML b"_s, u"sourceIndex=1 b"_s};
-    QTest::newRow("a filter with another value leaves the row unticked")
-        << int(NodePropertyList::Show::NonEmpty) << 2 << QStringList{u"id=y"_s}
-        << QStringList{u"id=x"_s, u"data=NULL"_s} + elementRows + QStringList{u"id=y+ r"_s};
-    QTest::newRow("a filter the element carries is ticked")
-        << int(NodePropertyList::Show::NonEmpty) << 2 << QStringList{u"id=x"_s}
-        << QStringList{u"id=x+"_s, u"data=NULL"_s} + elementRows;
-    QTest::newRow("ticked without regard to case, present by exact text")
-        << int(NodePropertyList::Show::NonEmpty) << 2 << QStringList{u"ID=x"_s}
-        << QStringList{u"id=x+"_s, u"data=NULL"_s} + elementRows + QStringList{u"ID=x+ r"_s};
-    QTest::newRow("element rows are filters too") << int(NodePropertyList::Show::None) << 2 << QStringList{u"TAGNAME=p"_s}
-        << QStringList{u"tagName=P+ b"_s, u"ParentTag=BODY b"_s, u"sourceIndex=2 b"_s, u"TAGNAME=p+ r"_s};
-    QTest::newRow("blanks inside an entry tick only its own row")
-        << int(NodePropertyList::Show::None) << 2 << QStringList{u"tagName = P"_s}
-        << elementRows + QStringList{u"tagName = P+ r"_s};
-    QTest::newRow("only the two ends of an entry count")
-        << int(NodePropertyList::Show::None) << 2 << QStringList{u"tagName=Q=P"_s}
-        << QStringList{u"tagName=P+ b"_s, u"ParentTag=BODY b"_s, u"sourceIndex=2 b"_s, u"tagName=Q=P+ r"_s};
-    QTest::newRow("a blank entry ends marking, not the filter rows")
-        << int(NodePropertyList::Show::NonEmpty) << 2 << QStringList{u"a=1"_s, u" "_s, u"id=x"_s}
-        << QStringList{u"id=x"_s, u"data=NULL"_s} + elementRows + QStringList{u"a=1+ r"_s};
-    QTest::newRow("no element: the filters alone")
-        << int(NodePropertyList::Show::All) << -1 << QStringList{u"a=1"_s, u"b="_s, u"c=Stra\u00dfe"_s}
-        << QStringList{u"a=1+ r"_s, u"b=+ r"_s, u"c=Stra\u00dfe+ r"_s};
-}
-
-void tst_NodePropertyList::rows()
-{
-    QFETCH(int, show);
-    QFETCH(int, element);
-    QFETCH(QStringList, filters);
-    QFETCH(QStringList, rows);
-    for (const QString &filter : filters)
-        m_control->setElemAttribs(-1, filter);
-    NodePropertyList properties(m_list.get());
-    properties.setControl(m_control.get());
-    properties.setShow(NodePropertyList::Show(show));
-    properties.ShowNodeProperties(&m_page, element);
-    QCOMPARE(rowsOf(*m_list), rows);
-}
-
-void tst_NodePropertyList::entryWithoutEquals()
-{
-    m_control->setElemAttribs(-1, u"a=1"_s);
-    m_control->setElemAttribs(-1, u"junk"_s);
-    NodePropertyList properties(m_list.get());
-    properties.setControl(m_control.get());
-    properties.setShow(NodePropertyList::Show::None);
-    // After a fill with an element the entry just gets no row.
-    properties.ShowNodeProperties(&m_page, 0);
-    QCOMPARE(rowsOf(*m_list).last(), u"a=1+ r"_s);
-    // Without an element the failure reaches the caller; the rows before it stay.
-    m_list->clear();
-    try {
-        properties.ShowNodeProperties(&m_page, -1);
-        QFAIL("an entry without = cannot become a row");
-    } catch (const RuntimeError &error) {
-        QCOMPARE(error.number(), 5);
-    }
-    QCOMPARE(rowsOf(*m_list), QStringList{u"a=1+ r"_s});
-}
-
-void tst_NodePropertyList::noMarksWithoutAQueryControl()
-{
-    m_control->setElemAttribs(-1, u"id=x"_s);
-    NodePropertyList properties(m_list.get());
-    properties.ShowNodeProperties(&m_page, 2);
-    QCOMPARE(rowsOf(*m_list).first(), u"id=x"_s);
-}
-
-void tst_NodePropertyList::toggleEditsTheFilters()
-{
-    m_control->setElemAttribs(-1, u"ID=x"_s);
-    m_control->setElemAttribs(-1, u"other=1"_s);
-    NodePropertyList properties(m_list.get());
-    properties.setControl(m_control.get());
-    properties.ShowNodeProperties(&m_page, 2);
-
-    // Unticking a filter-only row removes the row and its entry.
-    toggle(properties, rowNamed(*m_list, u"ID"_s, NodePropertyList::Red));
-    QVERIFY(!rowNamed(*m_list, u"ID"_s, NodePropertyList::Red));
-    QCOMPARE(storedAttribs(*m_control), QStringList{u"other=1"_s});
-
-    // Ticking appends; unticking a plain or blue row removes the entry only.
-    QTreeWidgetItem *tag = rowNamed(*m_list, u"tagName"_s, NodePropertyList::Blue);
-    toggle(properties, tag);
-    QCOMPARE(storedAttribs(*m_control), (QStringList{u"other=1"_s, u"tagName=P"_s}));
-    toggle(properties, tag);
-    QCOMPARE(storedAttribs(*m_control), QStringList{u"other=1"_s});
-    QCOMPARE(rowNamed(*m_list, u"tagName"_s, NodePropertyList::Blue), tag);
-
-    // A new value for a filtered name replaces the old entry, which moves to the end.
-    m_control->ClearAttribs();
-    m_control->setElemAttribs(-1, u"id=y"_s);
-    m_control->setElemAttribs(-1, u"z=0"_s);
-    QTreeWidgetItem *id = rowNamed(*m_list, u"id"_s, NodePropertyList::DefaultColour);
-    id->setCheckState(0, Qt::Unchecked);
-    toggle(properties, id);
-    QCOMPARE(storedAttribs(*m_control), (QStringList{u"z=0"_s, u"id=x"_s}));
-}
-
-void tst_NodePropertyList::sorting()
-{
-    NodePropertyList properties(m_list.get());
-    properties.setShow(NodePropertyList::Show::NonEmpty);
-    properties.ShowNodeProperties(&m_page, 2);
-    const auto column = [&](int c) {
-        QStringList texts;
-        for (int i = 0; i < m_list->topLevelItemCount(); ++i)
-            texts.append(m_list->topLevelItem(i)->text(c));
-        return texts;
-    };
-    properties.columnClicked(0);
-    QCOMPARE(column(0), (QStringList{u"data"_s, u"id"_s, u"ParentTag"_s, u"sourceIndex"_s, u"tagName"_s}));
-    QCOMPARE(properties.headerIcon(0), 1);
-    QVERIFY(!m_list->headerItem()->icon(0).isNull());
-    properties.columnClicked(0);
-    QCOMPARE(properties.sortOrder(), Qt::DescendingOrder);
-    QCOMPARE(properties.headerIcon(0), 2);
-    QCOMPARE(column(0).first(), u"tagName"_s);
-    properties.columnClicked(1);
-    QCOMPARE(properties.sortOrder(), Qt::AscendingOrder);
-    QCOMPARE(properties.headerIcon(0), 0);
-    QVERIFY(m_list->headerItem()->icon(0).isNull());
-    QCOMPARE(properties.headerIcon(1), 1);
-    // The order holds across refills.
-    properties.ShowNodeProperties(&m_page, 2);
-    QCOMPARE(column(1), (QStringList{u"2"_s, u"BODY"_s, u"NULL"_s, u"P"_s, u"x"_s}));
-}
 
 QTEST_MAIN(tst_NodePropertyList)
 #include "tst_nodepropertylist.moc"

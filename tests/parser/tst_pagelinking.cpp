@@ -46,117 +46,113 @@ class tst_PageLinking : public ParserTestCase
     Q_OBJECT
 
 private slots:
-    void nodeClickScrollsAndLists();
-    void pageEventsSelectNodes();
-    void pointerTextAndTheNodeMenu();
-    void optionsAndEditorRefreshTheList();
-};
-
-void tst_PageLinking::nodeClickScrollsAndLists()
-{
-    ParserSession session(testPageUrl(u"linking.html"_s));
-    session.control.setElemAttribs(-1, u"class=target"_s);
-    session.edit([&](frmMain *parser) {
-        const int far = elementWithId(parser->hdoc(), u"far"_s);
-        QVERIFY(far > 0);
-        clickNode(parser, parser->nodeTree().node(nodeKey(far)));
-        QTRY_VERIFY(runInPage(parser, u"window.scrollY"_s).toDouble() > 500);
-        QCOMPARE(rowTexts(parser), (QStringList{u"id=far"_s, u"class=target"_s, u"tagName=DIV"_s,
-                                                u"ParentTag=BODY"_s, u"sourceIndex=%1"_s.arg(far)}));
-        QCOMPARE(parser->SearchStart(), far + 1);
-        clickNode(parser, parser->nodeTree().node(RootKey));
-        QTRY_COMPARE(runInPage(parser, u"window.scrollY"_s).toDouble(), 0.0);
-        QCOMPARE(parser->SearchStart(), 0);
-    });
-}
-
-void tst_PageLinking::pageEventsSelectNodes()
-{
-    ParserSession session(testPageUrl(u"linking.html"_s));
-    session.edit([&](frmMain *parser) {
-        auto *tree = child<QTreeWidget>(parser, "tvu");
-        QCOMPARE(NodeTree::keyOf(tree->currentItem()), u"RootKey"_s); // the opening search with nothing to find
-        QStringList reached;
-        QObject watching;
-        connect(tree, &QTreeWidget::currentItemChanged, &watching, [&](QTreeWidgetItem *node) { reached.append(NodeTree::keyOf(node)); });
-        // A double click made up by the page's own script selects nothing; the user's own, on
-        // the word, comes after it over the same channel and selects the word's node.
-        runInPage(parser, QStringLiteral("(() => { const near = document.getElementById('near'), range = document.createRange();"
-                                         " range.selectNodeContents(near); getSelection().addRange(range);"
-                                         " near.dispatchEvent(new MouseEvent('dblclick', {bubbles: true})); getSelection().removeAllRanges(); })()"));
-        const QPoint point = centreOf(parser, u"word"_s);
-        QTest::mouseDClick(pageInput(parser), Qt::LeftButton, {}, point);
-        QTest::mouseRelease(pageInput(parser), Qt::LeftButton, {}, point); // a double click ends released
-        const QString word = nodeKey(elementWithId(parser->hdoc(), u"word"_s));
-        QTRY_COMPARE(NodeTree::keyOf(tree->currentItem()), word);
-        QCOMPARE(reached, QStringList{word});
-        QCOMPARE(rowTexts(parser).value(0), u"id=word"_s);
-    });
-}
-
-void tst_PageLinking::pointerTextAndTheNodeMenu()
-{
-    ParserSession session(testPageUrl(u"linking.html"_s));
-    session.edit([&](frmMain *parser) {
-        QWidget *input = pageInput(parser);
-        const QPoint word = centreOf(parser, u"word"_s);
-        // The pointer enters the page, then reaches the word; the engine may drop moves while
-        // busy, so the pair is made again until the word's text comes. The last move is always
-        // onto the word: nothing from the page can come after its text.
-        for (int attempt = 0; attempt < 10 && parser->statusText() != u"doubleword"_s; ++attempt) {
-            QTest::mouseMove(input, QPoint(2, 2));
-            QTest::mouseMove(input, word);
-            QTest::qWaitFor([&] { return parser->statusText() == u"doubleword"_s; }, 1500);
-        }
-        QCOMPARE(parser->statusText(), u"doubleword"_s);
-
-        auto *tree = child<QTreeWidget>(parser, "tvu");
-        QTreeWidgetItem *root = parser->nodeTree().node(RootKey);
-        const QPoint empty(5, tree->viewport()->height() - 5);
-        QTest::mouseMove(tree->viewport(), empty); // leaving the page clears the panel
-        QTRY_COMPARE(parser->statusText(), QString());
-        QTest::mouseMove(tree->viewport(), tree->visualItemRect(root).center());
-        QTRY_VERIFY(parser->statusText().startsWith(u"Top of the page"_s));
-        const QString overTree = parser->statusText();
-        QTest::mouseMove(tree->viewport(), empty);
-        QCOMPARE(parser->statusText(), overTree); // empty tree space leaves the last text
-
-        // The node menu opens on the selected node only.
-        auto *menu = child<QMenu>(parser, "mnu_NodeOperations");
-        clickNode(parser, root);
-        clickNode(parser, parser->nodeTree().node(u"K0"_s), Qt::RightButton);
-        QVERIFY(!menu->isVisible());
-        clickNode(parser, root, Qt::RightButton);
-        QTRY_VERIFY(menu->isVisible());
-        QVERIFY(!child<QAction>(parser, "mnu_NodeOperSetRetNode")->isEnabled()); // no search node marked yet
-        QVERIFY(parser->PopupNodeText().startsWith(u"Top of the page"_s));
-        menu->hide();
-    });
-}
-
-void tst_PageLinking::optionsAndEditorRefreshTheList()
-{
-    ParserSession session(testPageUrl(u"linking.html"_s));
-    session.edit([&](frmMain *parser) {
-        clickNode(parser, parser->nodeTree().node(nodeKey(elementWithId(parser->hdoc(), u"far"_s))));
-        const QStringList nonEmpty = rowTexts(parser);
-        QVERIFY(!nonEmpty.contains(u"title="_s));
-        QVERIFY(!nonEmpty.contains(u"data-note=null"_s));
-        QTest::mouseClick(child<QRadioButton>(parser, "chkShowProps_0"), Qt::LeftButton);
-        const QStringList all = rowTexts(parser);
-        QVERIFY(all.contains(u"title="_s));
-        QVERIFY(all.contains(u"data-note=null"_s));
-        session.script.onModal([](QWidget *window) {
-            auto *editor = qobject_cast<frmAddProp *>(window);
-            QVERIFY(editor);
-            editor->AddProp(u"class"_s, u"target"_s);
-            clickButton(editor, "cmdFinish");
+    void nodeClickScrollsAndLists()
+    {
+        ParserSession session(testPageUrl(u"linking.html"_s));
+        session.control.setElemAttribs(-1, u"class=target"_s);
+        session.edit([&](frmMain *parser) {
+            const int far = elementWithId(parser->hdoc(), u"far"_s);
+            QVERIFY(far > 0);
+            clickNode(parser, parser->nodeTree().node(nodeKey(far)));
+            QTRY_VERIFY(runInPage(parser, u"window.scrollY"_s).toDouble() > 500);
+            QCOMPARE(rowTexts(parser), (QStringList{u"id=far"_s, u"class=target"_s, u"tagName=DIV"_s,
+                                                    u"ParentTag=BODY"_s, u"sourceIndex=%1"_s.arg(far)}));
+            QCOMPARE(parser->SearchStart(), far + 1);
+            clickNode(parser, parser->nodeTree().node(RootKey));
+            QTRY_COMPARE(runInPage(parser, u"window.scrollY"_s).toDouble(), 0.0);
+            QCOMPARE(parser->SearchStart(), 0);
         });
-        clickButton(parser, "cmdEditProps");
-        QCOMPARE(rowTexts(parser), all);
-        QCOMPARE(session.control.ElemAttribs(0), u"class=target"_s);
-    });
-}
+    }
+
+    void pageEventsSelectNodes()
+    {
+        ParserSession session(testPageUrl(u"linking.html"_s));
+        session.edit([&](frmMain *parser) {
+            auto *tree = child<QTreeWidget>(parser, "tvu");
+            QCOMPARE(NodeTree::keyOf(tree->currentItem()), u"RootKey"_s); // the opening search with nothing to find
+            QStringList reached;
+            QObject watching;
+            connect(tree, &QTreeWidget::currentItemChanged, &watching, [&](QTreeWidgetItem *node) { reached.append(NodeTree::keyOf(node)); });
+            // A double click made up by the page's own script selects nothing; the user's own, on
+            // the word, comes after it over the same channel and selects the word's node.
+            runInPage(parser, QStringLiteral("(() => { const near = document.getElementById('near'), range = document.createRange();"
+                                             " range.selectNodeContents(near); getSelection().addRange(range);"
+                                             " near.dispatchEvent(new MouseEvent('dblclick', {bubbles: true})); getSelection().removeAllRanges(); })()"));
+            const QPoint point = centreOf(parser, u"word"_s);
+            QTest::mouseDClick(pageInput(parser), Qt::LeftButton, {}, point);
+            QTest::mouseRelease(pageInput(parser), Qt::LeftButton, {}, point); // a double click ends released
+            const QString word = nodeKey(elementWithId(parser->hdoc(), u"word"_s));
+            QTRY_COMPARE(NodeTree::keyOf(tree->currentItem()), word);
+            QCOMPARE(reached, QStringList{word});
+            QCOMPARE(rowTexts(parser).value(0), u"id=word"_s);
+        });
+    }
+
+    void pointerTextAndTheNodeMenu()
+    {
+        ParserSession session(testPageUrl(u"linking.html"_s));
+        session.edit([&](frmMain *parser) {
+            QWidget *input = pageInput(parser);
+            const QPoint word = centreOf(parser, u"word"_s);
+            // The pointer enters the page, then reaches the word; the engine may drop moves while
+            // busy, so the pair is made again until the word's text comes. The last move is always
+            // onto the word: nothing from the page can come after its text.
+            const auto arrived = [&] { return parser->statusText() == u"doubleword"_s; };
+            for (int attempt = 0; attempt < 10 && !arrived(); ++attempt) {
+                QTest::mouseMove(input, QPoint(2, 2));
+                QTest::mouseMove(input, word);
+                (void)QTest::qWaitFor(arrived, 1500);
+            }
+            QCOMPARE(parser->statusText(), u"doubleword"_s);
+
+            auto *tree = child<QTreeWidget>(parser, "tvu");
+            QTreeWidgetItem *root = parser->nodeTree().node(RootKey);
+            const QPoint empty(5, tree->viewport()->height() - 5);
+            QTest::mouseMove(tree->viewport(), empty); // leaving the page clears the panel
+            QTRY_COMPARE(parser->statusText(), QString());
+            QTest::mouseMove(tree->viewport(), tree->visualItemRect(root).center());
+            QTRY_VERIFY(parser->statusText().startsWith(u"Top of the page"_s));
+            const QString overTree = parser->statusText();
+            QTest::mouseMove(tree->viewport(), empty);
+            QCOMPARE(parser->statusText(), overTree); // empty tree space leaves the last text
+
+            // The node menu opens on the selected node only.
+            auto *menu = child<QMenu>(parser, "mnu_NodeOperations");
+            clickNode(parser, root);
+            clickNode(parser, parser->nodeTree().node(u"K0"_s), Qt::RightButton);
+            QVERIFY(!menu->isVisible());
+            clickNode(parser, root, Qt::RightButton);
+            QTRY_VERIFY(menu->isVisible());
+            QVERIFY(!child<QAction>(parser, "mnu_NodeOperSetRetNode")->isEnabled()); // no search node marked yet
+            QVERIFY(parser->PopupNodeText().startsWith(u"Top of the page"_s));
+            menu->hide();
+        });
+    }
+
+    void optionsAndEditorRefreshTheList()
+    {
+        ParserSession session(testPageUrl(u"linking.html"_s));
+        session.edit([&](frmMain *parser) {
+            clickNode(parser, parser->nodeTree().node(nodeKey(elementWithId(parser->hdoc(), u"far"_s))));
+            const QStringList nonEmpty = rowTexts(parser);
+            QVERIFY(!nonEmpty.contains(u"title="_s));
+            QVERIFY(!nonEmpty.contains(u"data-note=null"_s));
+            QTest::mouseClick(child<QRadioButton>(parser, "chkShowProps_0"), Qt::LeftButton);
+            const QStringList all = rowTexts(parser);
+            QVERIFY(all.contains(u"title="_s));
+            QVERIFY(all.contains(u"data-note=null"_s));
+            session.script.onModal([](QWidget *window) {
+                auto *editor = qobject_cast<frmAddProp *>(window);
+                QVERIFY(editor);
+                editor->AddProp(u"class"_s, u"target"_s);
+                clickButton(editor, "cmdFinish");
+            });
+            clickButton(parser, "cmdEditProps");
+            QCOMPARE(rowTexts(parser), all);
+            QCOMPARE(session.control.ElemAttribs(0), u"class=target"_s);
+        });
+    }
+};
 
 QTEST_MAIN(tst_PageLinking)
 #include "tst_pagelinking.moc"

@@ -10,6 +10,7 @@
 #include "substitution/controlvariables.h"
 #include "substitution/examplevaluecache.h"
 #include "testsettings.h"
+#include "datatable.h"
 
 #include <QtTest>
 
@@ -37,238 +38,200 @@ class tst_ParserLogic : public QObject
     Q_OBJECT
 
 private slots:
-    void init();
-    void changesDetected_data();
-    void changesDetected();
-    void changesNeedAQueryControl();
-    void writeBackKeepsUntouchedMarkers_data();
-    void writeBackKeepsUntouchedMarkers();
-    void writeBackStopsAtABadOffset();
-    void placementClamp_data();
-    void placementClamp();
-    void placementFromBrokenSettings();
-    void addressHistory_data();
-    void addressHistory();
-    void historyKeepsTwenty();
-    void progress_data();
-    void progress();
-    void paneRatios();
-};
+    void init()
+    {
+        ControlVariables::exampleValueCache().clear();
+    }
 
-void tst_ParserLogic::init()
-{
-    ControlVariables::exampleValueCache().clear();
-}
+    void changesDetected_data()
+    {
+        addColumns<QStringList, QString, QList<Row>, bool>("filters", "offsetBox", "rows", "changed");
 
-void tst_ParserLogic::changesDetected_data()
-{
-    QTest::addColumn<QStringList>("filters");
-    QTest::addColumn<QString>("offsetBox");
-    QTest::addColumn<QList<Row>>("rows");
-    QTest::addColumn<bool>("changed");
+        const QStringList idX{u"id=x"_s};
+        const Row ticked{u"id"_s, u"x"_s, true};
+        const Row unticked{u"id"_s, u"x"_s, false};
+        QTest::newRow("nothing differs") << idX << u"2"_s << QList<Row>{ticked} << false;
+        QTest::newRow("unticking a filtered row") << idX << u"2"_s << QList<Row>{unticked} << true;
+        QTest::newRow("ticking a new row") << QStringList{} << u"2"_s << QList<Row>{{u"class"_s, u"a"_s, true}} << true;
+        QTest::newRow("same filter in other case and blanks")
+            << QStringList{u" ID = X "_s} << u"2"_s << QList<Row>{{u"id"_s, u"x"_s, true}} << false;
+        QTest::newRow("ticked row with another value") << idX << u"2"_s << QList<Row>{{u"id"_s, u"y"_s, true}} << true;
+        QTest::newRow("sharp s is not SS") << QStringList{u"title=Stra\u00dfe"_s} << u"2"_s
+                                           << QList<Row>{{u"title"_s, u"STRASSE"_s, true}} << true;
+        QTest::newRow("filter hidden behind a blank entry counts as gone")
+            << QStringList{u" "_s, u"id=x"_s} << u"2"_s << QList<Row>{ticked} << true;
+        // A change in the boxes alone does not count: the result is false there.
+        QTest::newRow("offset box differs as text") << idX << u"02"_s << QList<Row>{unticked} << false;
+        QTest::newRow("offset box with a blank") << idX << u" 2"_s << QList<Row>{unticked} << false;
+    }
 
-    const QStringList idX{u"id=x"_s};
-    const Row ticked{u"id"_s, u"x"_s, true};
-    const Row unticked{u"id"_s, u"x"_s, false};
-    QTest::newRow("nothing differs") << idX << u"2"_s << QList<Row>{ticked} << false;
-    QTest::newRow("unticking a filtered row") << idX << u"2"_s << QList<Row>{unticked} << true;
-    QTest::newRow("ticking a new row") << QStringList{} << u"2"_s << QList<Row>{{u"class"_s, u"a"_s, true}} << true;
-    QTest::newRow("same filter in other case and blanks")
-        << QStringList{u" ID = X "_s} << u"2"_s << QList<Row>{{u"id"_s, u"x"_s, true}} << false;
-    QTest::newRow("ticked row with another value") << idX << u"2"_s << QList<Row>{{u"id"_s, u"y"_s, true}} << true;
-    QTest::newRow("sharp s is not SS") << QStringList{u"title=Stra\u00dfe"_s} << u"2"_s
-                                       << QList<Row>{{u"title"_s, u"STRASSE"_s, true}} << true;
-    QTest::newRow("filter hidden behind a blank entry counts as gone")
-        << QStringList{u" "_s, u"id=x"_s} << u"2"_s << QList<Row>{ticked} << true;
-    // A change in the boxes alone does not count: the result is false there.
-    QTest::newRow("offset box differs as text") << idX << u"02"_s << QList<Row>{unticked} << false;
-    QTest::newRow("offset box with a blank") << idX << u" 2"_s << QList<Row>{unticked} << false;
-}
+    void changesDetected()
+    {
+        const auto [filters, offsetBox, rows, changed] =
+            fetchRow<QStringList, QString, QList<Row>, bool>("filters", "offsetBox", "rows", "changed");
+        Tamberline control;
+        setQuery(control, u"http://x/"_s, u"Price"_s, 2, filters);
+        const PageParserFields fields{u"http://x/"_s, u"Price"_s, offsetBox, rows};
+        QCOMPARE(ChangesDetected(&control, fields), changed);
+    }
 
-void tst_ParserLogic::changesDetected()
-{
-    QFETCH(QStringList, filters);
-    QFETCH(QString, offsetBox);
-    QFETCH(QList<Row>, rows);
-    QFETCH(bool, changed);
-    Tamberline control;
-    setQuery(control, u"http://x/"_s, u"Price"_s, 2, filters);
-    const PageParserFields fields{u"http://x/"_s, u"Price"_s, offsetBox, rows};
-    QCOMPARE(ChangesDetected(&control, fields), changed);
-}
+    void changesNeedAQueryControl()
+    {
+        const PageParserFields fields{QString(), QString(), u"0"_s, {{u"a"_s, u"1"_s, true}}};
+        QVERIFY(!ChangesDetected(nullptr, fields));
+    }
 
-void tst_ParserLogic::changesNeedAQueryControl()
-{
-    const PageParserFields fields{QString(), QString(), u"0"_s, {{u"a"_s, u"1"_s, true}}};
-    QVERIFY(!ChangesDetected(nullptr, fields));
-}
+    void writeBackKeepsUntouchedMarkers_data()
+    {
+        addColumns<QString, QString>("urlBox", "storedUrl");
+        QTest::newRow("address shown as substituted") << u"http://shop/item/42"_s << u"http://shop/item/%id%"_s;
+        QTest::newRow("blanks around it are trimmed") << u"  http://shop/item/42 "_s << u"http://shop/item/%id%"_s;
+        QTest::newRow("edited address is stored") << u"http://shop/item/43"_s << u"http://shop/item/43"_s;
+    }
 
-void tst_ParserLogic::writeBackKeepsUntouchedMarkers_data()
-{
-    QTest::addColumn<QString>("urlBox");
-    QTest::addColumn<QString>("storedUrl");
-    QTest::newRow("address shown as substituted") << u"http://shop/item/42"_s << u"http://shop/item/%id%"_s;
-    QTest::newRow("blanks around it are trimmed") << u"  http://shop/item/42 "_s << u"http://shop/item/%id%"_s;
-    QTest::newRow("edited address is stored") << u"http://shop/item/43"_s << u"http://shop/item/43"_s;
-}
-
-void tst_ParserLogic::writeBackKeepsUntouchedMarkers()
-{
-    QFETCH(QString, urlBox);
-    QFETCH(QString, storedUrl);
-    ControlVariables::exampleValueCache().add(ExampleValueCache::keyFor(u"id"_s), u"42"_s);
-    Tamberline control;
-    setQuery(control, u"http://shop/item/%id%"_s, u"x"_s, 0, {u"old=1"_s});
-    const PageParserFields fields{urlBox, u"y"_s, u" 3 "_s, {{u"id"_s, u"a=b"_s, true}, {u"skip"_s, u"1"_s, false},
-                                   {u"class"_s, QString(), true}}};
-    WriteQueryBack(control, fields);
-    QCOMPARE(control.Url1(), storedUrl);
-    QCOMPARE(control.SearchText(), u"y"_s);
-    QCOMPARE(control.NodeOffset(), 3);
-    QCOMPARE(storedAttribs(control), (QStringList{u"id=a=b"_s, u"class="_s}));
-}
-
-void tst_ParserLogic::writeBackStopsAtABadOffset()
-{
-    Tamberline control;
-    setQuery(control, u"u"_s, u"s"_s, 5, {u"a=1"_s});
-    const PageParserFields fields{u"new"_s, u"text"_s, u"seven"_s, {}};
-    try {
+    void writeBackKeepsUntouchedMarkers()
+    {
+        const auto [urlBox, storedUrl] = fetchRow<QString, QString>("urlBox", "storedUrl");
+        ControlVariables::exampleValueCache().add(ExampleValueCache::keyFor(u"id"_s), u"42"_s);
+        Tamberline control;
+        setQuery(control, u"http://shop/item/%id%"_s, u"x"_s, 0, {u"old=1"_s});
+        const PageParserFields fields{urlBox, u"y"_s, u" 3 "_s, {{u"id"_s, u"a=b"_s, true}, {u"skip"_s, u"1"_s, false},
+                                       {u"class"_s, QString(), true}}};
         WriteQueryBack(control, fields);
-        QFAIL("an offset that is not a number must fail");
-    } catch (const RuntimeError &error) {
-        QCOMPARE(error.number(), 13);
+        QCOMPARE(control.Url1(), storedUrl);
+        QCOMPARE(control.SearchText(), u"y"_s);
+        QCOMPARE(control.NodeOffset(), 3);
+        QCOMPARE(storedAttribs(control), (QStringList{u"id=a=b"_s, u"class="_s}));
     }
-    // What was written before the failure stays; the rest is untouched.
-    QCOMPARE(control.Url1(), u"new"_s);
-    QCOMPARE(control.SearchText(), u"text"_s);
-    QCOMPARE(control.NodeOffset(), 5);
-    QCOMPARE(control.ElemAttribs(0), u"a=1"_s);
-}
 
-void tst_ParserLogic::placementClamp_data()
-{
-    QTest::addColumn<QRectF>("stored");
-    QTest::addColumn<QRectF>("placed");
-    // A screen of 19,200 by 12,000 twips (1280 by 800 pixels).
-    QTest::newRow("fits") << QRectF(1500, 750, 9000, 6000) << QRectF(1500, 750, 9000, 6000);
-    QTest::newRow("negative left and top") << QRectF(-450, -75, 9000, 6000) << QRectF(0, 0, 9000, 6000);
-    QTest::newRow("taller than the screen") << QRectF(150, 1500, 9000, 30000) << QRectF(150, 0, 9000, 12000);
-    QTest::newRow("past the right edge") << QRectF(15000, 150, 9000, 6000) << QRectF(10200, 150, 9000, 6000);
-    QTest::newRow("wider than the screen") << QRectF(750, 150, 75000, 6000) << QRectF(0, 150, 19200, 6000);
-    QTest::newRow("negative size grows to the smallest usable") << QRectF(100, 100, -500, 0) << QRectF(100, 100, 4500, 3000);
-    QTest::newRow("absurd values") << QRectF(1e300, -1e300, 1e300, 1e300) << QRectF(0, 0, 19200, 12000);
-}
-
-void tst_ParserLogic::placementClamp()
-{
-    QFETCH(QRectF, stored);
-    QFETCH(QRectF, placed);
-    const WindowPlacement in{stored.left(), stored.top(), stored.width(), stored.height()};
-    const WindowPlacement out = in.clampedTo(19200, 12000);
-    QCOMPARE(QRectF(out.left, out.top, out.width, out.height), placed);
-}
-
-void tst_ParserLogic::placementFromBrokenSettings()
-{
-    TestSettings settings;
-    SettingsStore::saveSettings(u"Preferences"_s, {{u"WindowLeft"_s, u"1500"_s}, {u"WindowTop"_s, u"abc"_s},
-                                                                {u"WindowWidth"_s, QString()}});
-    const WindowPlacement current{1, 2, 3, 4};
-    QCOMPARE(WindowPlacement::load(current), (WindowPlacement{1500, 2, 3, 4}));
-    WindowPlacement{10, 20, 30, 40}.save();
-    QCOMPARE(WindowPlacement::load(current), (WindowPlacement{10, 20, 30, 40}));
-}
-
-void tst_ParserLogic::addressHistory_data()
-{
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QStringList>("history");
-    QTest::addColumn<QString>("location");
-    QTest::addColumn<QString>("expectedText");
-    QTest::addColumn<QStringList>("expectedHistory");
-    const QString a = u"http://a/"_s, b = u"http://b/"_s, blank = u"about:blank"_s;
-    QTest::newRow("first page") << a << QStringList{} << a << a << QStringList{a};
-    QTest::newRow("reload adds nothing") << a << QStringList{a, b} << a << a << QStringList{a, b};
-    QTest::newRow("older address comes to the top again") << b << QStringList{a, b} << b << b << QStringList{b, a, b};
-    QTest::newRow("empty box takes about:blank, history untouched") << QString() << QStringList{a} << blank << blank << QStringList{a};
-    QTest::newRow("about:blank in the box skips the history") << blank << QStringList{a} << b << blank << QStringList{a};
-    QTest::newRow("empty box takes the location") << u"  "_s << QStringList{} << b << b << QStringList{b};
-}
-
-void tst_ParserLogic::addressHistory()
-{
-    QFETCH(QString, text);
-    QFETCH(QStringList, history);
-    QFETCH(QString, location);
-    QFETCH(QString, expectedText);
-    QFETCH(QStringList, expectedHistory);
-    AddressBox box{text, history};
-    box.documentCompleted(location);
-    QCOMPARE(box.text, expectedText);
-    QCOMPARE(box.history, expectedHistory);
-}
-
-void tst_ParserLogic::historyKeepsTwenty()
-{
-    AddressBox box;
-    for (int i = 1; i <= 21; ++i) {
-        box.text = u"http://site/%1"_s.arg(i);
-        box.documentCompleted(box.text);
+    void writeBackStopsAtABadOffset()
+    {
+        Tamberline control;
+        setQuery(control, u"u"_s, u"s"_s, 5, {u"a=1"_s});
+        const PageParserFields fields{u"new"_s, u"text"_s, u"seven"_s, {}};
+        try {
+            WriteQueryBack(control, fields);
+            QFAIL("an offset that is not a number must fail");
+        } catch (const RuntimeError &error) {
+            QCOMPARE(error.number(), 13);
+        }
+        // What was written before the failure stays; the rest is untouched.
+        QCOMPARE(control.Url1(), u"new"_s);
+        QCOMPARE(control.SearchText(), u"text"_s);
+        QCOMPARE(control.NodeOffset(), 5);
+        QCOMPARE(control.ElemAttribs(0), u"a=1"_s);
     }
-    QCOMPARE(box.history.size(), 20);
-    QCOMPARE(box.history.first(), u"http://site/21"_s);
-    QCOMPARE(box.history.last(), u"http://site/2"_s);
-}
 
-void tst_ParserLogic::progress_data()
-{
-    QTest::addColumn<qint64>("progress");
-    QTest::addColumn<qint64>("maximum");
-    QTest::addColumn<bool>("visible");
-    QTest::addColumn<bool>("redraw");
-    QTest::addColumn<QString>("text");
-    QTest::newRow("done hides") << 100LL << 100LL << false << false << QString();
-    QTest::newRow("no maximum hides") << 5LL << 0LL << false << false << QString();
-    QTest::newRow("negative maximum hides") << 5LL << -1LL << false << false << QString();
-    QTest::newRow("part way") << 45LL << 100LL << true << true << u"45%"_s;
-    QTest::newRow("past the maximum shows 100") << 150LL << 100LL << true << true << u"100%"_s;
-    QTest::newRow("a half rounds to even") << 1LL << 8LL << true << true << u"12%"_s;
-    QTest::newRow("negative progress keeps the drawing") << -1LL << 100LL << true << false << QString();
-}
+    void placementClamp_data()
+    {
+        addColumns<QRectF, QRectF>("stored", "placed");
+        // A screen of 19,200 by 12,000 twips (1280 by 800 pixels).
+        QTest::newRow("fits") << QRectF(1500, 750, 9000, 6000) << QRectF(1500, 750, 9000, 6000);
+        QTest::newRow("negative left and top") << QRectF(-450, -75, 9000, 6000) << QRectF(0, 0, 9000, 6000);
+        QTest::newRow("taller than the screen") << QRectF(150, 1500, 9000, 30000) << QRectF(150, 0, 9000, 12000);
+        QTest::newRow("past the right edge") << QRectF(15000, 150, 9000, 6000) << QRectF(10200, 150, 9000, 6000);
+        QTest::newRow("wider than the screen") << QRectF(750, 150, 75000, 6000) << QRectF(0, 150, 19200, 6000);
+        QTest::newRow("negative size grows to the smallest usable") << QRectF(100, 100, -500, 0) << QRectF(100, 100, 4500, 3000);
+        QTest::newRow("absurd values") << QRectF(1e300, -1e300, 1e300, 1e300) << QRectF(0, 0, 19200, 12000);
+    }
 
-void tst_ParserLogic::progress()
-{
-    QFETCH(qint64, progress);
-    QFETCH(qint64, maximum);
-    QFETCH(bool, visible);
-    QFETCH(bool, redraw);
-    QFETCH(QString, text);
-    const ProgressDisplay display = ProgressDisplay::forProgress(progress, maximum);
-    QCOMPARE(display.visible, visible);
-    QCOMPARE(display.redraw, redraw);
-    if (redraw)
-        QCOMPARE(display.text, text);
-}
+    void placementClamp()
+    {
+        const auto [stored, placed] = fetchRow<QRectF, QRectF>("stored", "placed");
+        const WindowPlacement in{stored.left(), stored.top(), stored.width(), stored.height()};
+        const WindowPlacement out = in.clampedTo(19200, 12000);
+        QCOMPARE(QRectF(out.left, out.top, out.width, out.height), placed);
+    }
 
-void tst_ParserLogic::paneRatios()
-{
-    PaneRatios ratios;
-    QCOMPARE(ratios.horizontal, 0.8f);
-    QCOMPARE(ratios.vertical, 0.5f);
-    ratios.horizontalDropped(100, 1000);
-    QCOMPARE(ratios.horizontal, 0.5f);
-    ratios.horizontalDropped(950, 1000);
-    QCOMPARE(ratios.horizontal, 0.8f);
-    ratios.horizontalDropped(700, 1000);
-    QCOMPARE(ratios.horizontal, 0.7f);
-    ratios.horizontalDropped(0, 1000);
-    QCOMPARE(ratios.horizontal, 0.7f);
-    ratios.verticalDropped(0, 400);
-    QCOMPARE(ratios.vertical, 0.0f);
-    ratios.resetUnset();
-    QCOMPARE(ratios.vertical, 0.5f);
-}
+    void placementFromBrokenSettings()
+    {
+        TestSettings settings;
+        SettingsStore::saveSettings(u"Preferences"_s, {{u"WindowLeft"_s, u"1500"_s}, {u"WindowTop"_s, u"abc"_s},
+                                                                    {u"WindowWidth"_s, QString()}});
+        const WindowPlacement current{1, 2, 3, 4};
+        QCOMPARE(WindowPlacement::load(current), (WindowPlacement{1500, 2, 3, 4}));
+        WindowPlacement{10, 20, 30, 40}.save();
+        QCOMPARE(WindowPlacement::load(current), (WindowPlacement{10, 20, 30, 40}));
+    }
+
+    void addressHistory_data()
+    {
+        addColumns<QString, QStringList, QString, QString, QStringList>(
+            "text", "history", "location", "expectedText", "expectedHistory");
+        const QString a = u"http://a/"_s, b = u"http://b/"_s, blank = u"about:blank"_s;
+        QTest::newRow("first page") << a << QStringList{} << a << a << QStringList{a};
+        QTest::newRow("reload adds nothing") << a << QStringList{a, b} << a << a << QStringList{a, b};
+        QTest::newRow("older address comes to the top again") << b << QStringList{a, b} << b << b << QStringList{b, a, b};
+        QTest::newRow("empty box takes about:blank, history untouched") << QString() << QStringList{a} << blank << blank << QStringList{a};
+        QTest::newRow("about:blank in the box skips the history") << blank << QStringList{a} << b << blank << QStringList{a};
+        QTest::newRow("empty box takes the location") << u"  "_s << QStringList{} << b << b << QStringList{b};
+    }
+
+    void addressHistory()
+    {
+        const auto [text, history, location, expectedText, expectedHistory] =
+            fetchRow<QString, QStringList, QString, QString, QStringList>(
+                "text", "history", "location", "expectedText", "expectedHistory");
+        AddressBox box{text, history};
+        box.documentCompleted(location);
+        QCOMPARE(box.text, expectedText);
+        QCOMPARE(box.history, expectedHistory);
+    }
+
+    void historyKeepsTwenty()
+    {
+        AddressBox box;
+        for (int i = 1; i <= 21; ++i) {
+            box.text = u"http://site/%1"_s.arg(i);
+            box.documentCompleted(box.text);
+        }
+        QCOMPARE(box.history.size(), 20);
+        QCOMPARE(box.history.first(), u"http://site/21"_s);
+        QCOMPARE(box.history.last(), u"http://site/2"_s);
+    }
+
+    void progress_data()
+    {
+        addColumns<qint64, qint64, bool, bool, QString>("progress", "maximum", "visible", "redraw", "text");
+        QTest::newRow("done hides") << 100LL << 100LL << false << false << QString();
+        QTest::newRow("no maximum hides") << 5LL << 0LL << false << false << QString();
+        QTest::newRow("negative maximum hides") << 5LL << -1LL << false << false << QString();
+        QTest::newRow("part way") << 45LL << 100LL << true << true << u"45%"_s;
+        QTest::newRow("past the maximum shows 100") << 150LL << 100LL << true << true << u"100%"_s;
+        QTest::newRow("a half rounds to even") << 1LL << 8LL << true << true << u"12%"_s;
+        QTest::newRow("negative progress keeps the drawing") << -1LL << 100LL << true << false << QString();
+    }
+
+    void progress()
+    {
+        const auto [progress, maximum, visible, redraw, text] =
+            fetchRow<qint64, qint64, bool, bool, QString>("progress", "maximum", "visible", "redraw", "text");
+        const ProgressDisplay display = ProgressDisplay::forProgress(progress, maximum);
+        QCOMPARE(display.visible, visible);
+        QCOMPARE(display.redraw, redraw);
+        if (redraw)
+            QCOMPARE(display.text, text);
+    }
+
+    void paneRatios()
+    {
+        PaneRatios ratios;
+        QCOMPARE(ratios.horizontal, 0.8f);
+        QCOMPARE(ratios.vertical, 0.5f);
+        ratios.horizontalDropped(100, 1000);
+        QCOMPARE(ratios.horizontal, 0.5f);
+        ratios.horizontalDropped(950, 1000);
+        QCOMPARE(ratios.horizontal, 0.8f);
+        ratios.horizontalDropped(700, 1000);
+        QCOMPARE(ratios.horizontal, 0.7f);
+        ratios.horizontalDropped(0, 1000);
+        QCOMPARE(ratios.horizontal, 0.7f);
+        ratios.verticalDropped(0, 400);
+        QCOMPARE(ratios.vertical, 0.0f);
+        ratios.resetUnset();
+        QCOMPARE(ratios.vertical, 0.5f);
+    }
+};
 
 QTEST_GUILESS_MAIN(tst_ParserLogic)
 #include "tst_parserlogic.moc"

@@ -2,6 +2,7 @@
 #include "parser/nodekeys.h"
 #include "parserdriver.h"
 #include "queryfile.h"
+#include "datatable.h"
 
 #include <QLineEdit>
 #include <QMenu>
@@ -44,121 +45,113 @@ class tst_Searching : public ParserTestCase
     Q_OBJECT
 
 private slots:
-    void opensOnTheBundledExampleAtItsNode();
-    void searchContinuesThenAsks_data();
-    void searchContinuesThenAsks();
-    void nodeOperationsMarkAndMeasure();
-    void copyNodeTextAsksFirst();
+    void opensOnTheBundledExampleAtItsNode()
+    {
+        ParserSession session{QString()};
+        QueryFile::load(QStringLiteral(TAMBERLINE_EXAMPLES_DIR "/query.json")).applyTo(session.control);
+        session.script.answerPrompt(u"north"_s);
+        session.script.answerPrompt(u"Pears"_s);
+        session.edit([&](frmMain *parser) {
+            QTRY_VERIFY(!selectedKey(parser).isEmpty());
+            QCOMPARE(parser->hdoc()->innerText(numberFromKey(selectedKey(parser))).toString(), u"Pears"_s);
+        });
+    }
+
+    void searchContinuesThenAsks_data()
+    {
+        addColumns<int, bool>("answer", "fromTheTop");
+        QTest::newRow("No selects the document") << int(Dialogs::No) << false;
+        QTest::newRow("Yes searches from the top") << int(Dialogs::Yes) << true;
+    }
+
+    void searchContinuesThenAsks()
+    {
+        const auto [answer, fromTheTop] = fetchRow<int, bool>("answer", "fromTheTop");
+        ParserSession session;
+        session.control.setSearchText(u"*.??"_s); // the two prices
+        session.control.setElemAttribs(-1, u"class=price"_s);
+        // A blank entry hides the rest from every reader, the search as much as the editors.
+        session.control.setElemAttribs(-1, u" "_s);
+        session.control.setElemAttribs(-1, u"class=none"_s);
+        session.edit([&](frmMain *parser) {
+            QTRY_VERIFY(!selectedKey(parser).isEmpty());
+            const QString first = selectedKey(parser);
+            clickButton(parser, "cmdSearch");
+            QVERIFY(selectedKey(parser) != first);
+            session.script.answerMessageBox(answer);
+            clickButton(parser, "cmdSearch");
+            QCOMPARE(selectedKey(parser), fromTheTop ? first : u"RootKey"_s);
+        });
+        const Dialogs::MessageBoxCall question = session.script.messageBoxes().first();
+        QCOMPARE(question.style, 20);
+        QCOMPARE(question.text, QStringLiteral("End of document was reached, \r\nWould you like to research from the beginning?\r\n"
+                                               "\tYes: continue search from the beginning of the document"
+                                               "\tNo: stop search and cancel the operation"));
+    }
+
+    void nodeOperationsMarkAndMeasure()
+    {
+        ParserSession session(QUrl::fromLocalFile(QStringLiteral(TAMBERLINE_EXAMPLES_DIR "/prices.html")).toString());
+        session.control.setSearchText(u"Pears"_s);
+        const auto mark = [&](frmMain *parser, int element, const char *action) {
+            if (element >= 0)
+                clickNode(parser, parser->nodeTree().node(nodeKey(element)));
+            openNodeMenu(parser);
+            chooseFromMenu(parser, action);
+        };
+        session.edit([&](frmMain *parser) {
+            QTRY_VERIFY(!selectedKey(parser).isEmpty());
+            const QString searchKey = selectedKey(parser);
+            const int search = numberFromKey(searchKey);
+            const QString later = nodeKey(search + 2), before = nodeKey(search - 3);
+            auto *offset = child<QLineEdit>(parser, "txtNodeOffset");
+            auto *setReturn = child<QAction>(parser, "mnu_NodeOperSetRetNode");
+            openNodeMenu(parser);
+            QVERIFY(!setReturn->isEnabled());
+            chooseFromMenu(parser, "mnu_NodeOperSetSearchNode");
+            QCOMPARE(offset->text(), u"0"_s);
+            QCOMPARE(marksOf(parser, searchKey), u"bold 255"_s);
+
+            // The price two elements later, then an element before the search node.
+            clickNode(parser, parser->nodeTree().node(later));
+            openNodeMenu(parser);
+            QVERIFY(setReturn->isEnabled());
+            chooseFromMenu(parser, "mnu_NodeOperSetRetNode");
+            QCOMPARE(offset->text(), u"2"_s);
+            QCOMPARE(marksOf(parser, searchKey), u"bold 16711680"_s);
+            QCOMPARE(marksOf(parser, later), u"255"_s);
+            mark(parser, search - 3, "mnu_NodeOperSetRetNode");
+            QCOMPARE(offset->text(), u"-3"_s);
+            QCOMPARE(marksOf(parser, later), u"0"_s); // the red mark moved
+            clickButton(parser, "cmdSave");
+            // A new search node takes the marks from the old search and return nodes.
+            mark(parser, search + 2, "mnu_NodeOperSetSearchNode");
+            QCOMPARE((QStringList{marksOf(parser, searchKey), marksOf(parser, before), marksOf(parser, later)}),
+                     (QStringList{u"0"_s, u"0"_s, u"bold 255"_s}));
+        });
+        QCOMPARE(session.control.NodeOffset(), -3);
+    }
+
+    void copyNodeTextAsksFirst()
+    {
+        ParserSession session;
+        session.control.setSearchText(u"Apples"_s);
+        session.edit([&](frmMain *parser) {
+            QTRY_VERIFY(!selectedKey(parser).isEmpty());
+            auto *search = child<QLineEdit>(parser, "txtSearchText");
+            openNodeMenu(parser);
+            session.script.answerMessageBox(Dialogs::Cancel);
+            chooseFromMenu(parser, "mnu_NodeOperAddText");
+            QCOMPARE(search->text(), u"Apples"_s);
+            search->clear(); // an empty box is overwritten without a question
+            chooseFromMenu(parser, "mnu_NodeOperAddText");
+            QCOMPARE(search->text(), u"Apples"_s);
+        });
+        QCOMPARE(session.script.messageBoxes().size(), 1);
+        QCOMPARE(session.script.messageBoxes().first().title, u"Caution"_s);
+        QCOMPARE(session.script.messageBoxes().first().style, 49);
+    }
 };
-
-void tst_Searching::opensOnTheBundledExampleAtItsNode()
-{
-    ParserSession session{QString()};
-    QueryFile::load(QStringLiteral(TAMBERLINE_EXAMPLES_DIR "/query.json")).applyTo(session.control);
-    session.script.answerPrompt(u"north"_s);
-    session.script.answerPrompt(u"Pears"_s);
-    session.edit([&](frmMain *parser) {
-        QTRY_VERIFY(!selectedKey(parser).isEmpty());
-        QCOMPARE(parser->hdoc()->innerText(numberFromKey(selectedKey(parser))).toString(), u"Pears"_s);
-    });
-}
-
-void tst_Searching::searchContinuesThenAsks_data()
-{
-    QTest::addColumn<int>("answer");
-    QTest::addColumn<bool>("fromTheTop");
-    QTest::newRow("No selects the document") << int(Dialogs::No) << false;
-    QTest::newRow("Yes searches from the top") << int(Dialogs::Yes) << true;
-}
-
-void tst_Searching::searchContinuesThenAsks()
-{
-    QFETCH(int, answer);
-    QFETCH(bool, fromTheTop);
-    ParserSession session;
-    session.control.setSearchText(u"*.??"_s); // the two prices
-    session.control.setElemAttribs(-1, u"class=price"_s);
-    // A blank entry hides the rest from every reader, the search as much as the editors.
-    session.control.setElemAttribs(-1, u" "_s);
-    session.control.setElemAttribs(-1, u"class=none"_s);
-    session.edit([&](frmMain *parser) {
-        QTRY_VERIFY(!selectedKey(parser).isEmpty());
-        const QString first = selectedKey(parser);
-        clickButton(parser, "cmdSearch");
-        QVERIFY(selectedKey(parser) != first);
-        session.script.answerMessageBox(answer);
-        clickButton(parser, "cmdSearch");
-        QCOMPARE(selectedKey(parser), fromTheTop ? first : u"RootKey"_s);
-    });
-    const Dialogs::MessageBoxCall question = session.script.messageBoxes().first();
-    QCOMPARE(question.style, 20);
-    QCOMPARE(question.text, QStringLiteral("End of document was reached, \r\nWould you like to research from the beginning?\r\n"
-                                           "\tYes: continue search from the beginning of the document"
-                                           "\tNo: stop search and cancel the operation"));
-}
-
-void tst_Searching::nodeOperationsMarkAndMeasure()
-{
-    ParserSession session(QUrl::fromLocalFile(QStringLiteral(TAMBERLINE_EXAMPLES_DIR "/prices.html")).toString());
-    session.control.setSearchText(u"Pears"_s);
-    const auto mark = [&](frmMain *parser, int element, const char *action) {
-        if (element >= 0)
-            clickNode(parser, parser->nodeTree().node(nodeKey(element)));
-        openNodeMenu(parser);
-        chooseFromMenu(parser, action);
-    };
-    session.edit([&](frmMain *parser) {
-        QTRY_VERIFY(!selectedKey(parser).isEmpty());
-        const QString searchKey = selectedKey(parser);
-        const int search = numberFromKey(searchKey);
-        const QString later = nodeKey(search + 2), before = nodeKey(search - 3);
-        auto *offset = child<QLineEdit>(parser, "txtNodeOffset");
-        auto *setReturn = child<QAction>(parser, "mnu_NodeOperSetRetNode");
-        openNodeMenu(parser);
-        QVERIFY(!setReturn->isEnabled());
-        chooseFromMenu(parser, "mnu_NodeOperSetSearchNode");
-        QCOMPARE(offset->text(), u"0"_s);
-        QCOMPARE(marksOf(parser, searchKey), u"bold 255"_s);
-
-        // The price two elements later, then an element before the search node.
-        clickNode(parser, parser->nodeTree().node(later));
-        openNodeMenu(parser);
-        QVERIFY(setReturn->isEnabled());
-        chooseFromMenu(parser, "mnu_NodeOperSetRetNode");
-        QCOMPARE(offset->text(), u"2"_s);
-        QCOMPARE(marksOf(parser, searchKey), u"bold 16711680"_s);
-        QCOMPARE(marksOf(parser, later), u"255"_s);
-        mark(parser, search - 3, "mnu_NodeOperSetRetNode");
-        QCOMPARE(offset->text(), u"-3"_s);
-        QCOMPARE(marksOf(parser, later), u"0"_s); // the red mark moved
-        clickButton(parser, "cmdSave");
-        // A new search node takes the marks from the old search and return nodes.
-        mark(parser, search + 2, "mnu_NodeOperSetSearchNode");
-        QCOMPARE((QStringList{marksOf(parser, searchKey), marksOf(parser, before), marksOf(parser, later)}),
-                 (QStringList{u"0"_s, u"0"_s, u"bold 255"_s}));
-    });
-    QCOMPARE(session.control.NodeOffset(), -3);
-}
-
-void tst_Searching::copyNodeTextAsksFirst()
-{
-    ParserSession session;
-    session.control.setSearchText(u"Apples"_s);
-    session.edit([&](frmMain *parser) {
-        QTRY_VERIFY(!selectedKey(parser).isEmpty());
-        auto *search = child<QLineEdit>(parser, "txtSearchText");
-        openNodeMenu(parser);
-        session.script.answerMessageBox(Dialogs::Cancel);
-        chooseFromMenu(parser, "mnu_NodeOperAddText");
-        QCOMPARE(search->text(), u"Apples"_s);
-        search->clear(); // an empty box is overwritten without a question
-        chooseFromMenu(parser, "mnu_NodeOperAddText");
-        QCOMPARE(search->text(), u"Apples"_s);
-    });
-    QCOMPARE(session.script.messageBoxes().size(), 1);
-    QCOMPARE(session.script.messageBoxes().first().title, u"Caution"_s);
-    QCOMPARE(session.script.messageBoxes().first().style, 49);
-}
 
 QTEST_MAIN(tst_Searching)
 #include "tst_searching.moc"

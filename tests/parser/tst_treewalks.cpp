@@ -54,140 +54,132 @@ class tst_TreeWalks : public ParserTestCase
     Q_OBJECT
 
 private slots:
-    void oneLevelAtATime();
-    void expandAllStopsAtEscape();
-    void secondClickWhileExpanding();
-    void collapseAll();
-    void favorites();
-    void favoriteNamesWithSlashes();
-    void addingWithoutAPage();
-};
-
-void tst_TreeWalks::oneLevelAtATime()
-{
-    QTreeWidget view;
-    NodeTree tree(&view);
-    buildShape(tree);
-    // A last child opened is not entered on the same click: B1 waits for the third.
-    const QStringList afterEachExpand{u"R C"_s, u"R A B C"_s, u"R A A2 B B1 C"_s, u"R A A2 B B1 C"_s};
-    for (const QString &expected : afterEachExpand) {
-        TreeWalks::ExpandOneLevel(&view);
-        QCOMPARE(expanded(tree), expected);
-    }
-    // Each node whose first child is closed closes (R only on the second pass, once A has); a
-    // later child keeps its own state.
-    const QStringList afterEachCollapse{u"R A2 B"_s, u"A2 B"_s, u"A2 B"_s};
-    for (const QString &expected : afterEachCollapse) {
-        TreeWalks::CollapseOneLevel(&view);
-        QCOMPARE(expanded(tree), expected);
-    }
-}
-
-void tst_TreeWalks::expandAllStopsAtEscape()
-{
-    frmMain parser;
-    QTreeWidget *view = chainIn(parser, 100);
-    int opened = 0;
-    bool hiddenMeanwhile = false;
-    connect(view, &QTreeWidget::itemExpanded, this, [&] {
-        hiddenMeanwhile = view->isHidden();
-        if (++opened == 10) // the user presses Escape; the walk sees it at its next yield
-            QCoreApplication::postEvent(view, new QKeyEvent(QEvent::KeyPress, Qt::Key_Escape, Qt::NoModifier));
-    });
-    parser.cmdExpandAll_Click();
-    QCOMPARE(opened, 10);
-    QVERIFY(hiddenMeanwhile);
-    QVERIFY(!view->isHidden()); // switched on again
-}
-
-void tst_TreeWalks::secondClickWhileExpanding()
-{
-    frmMain parser;
-    QTreeWidget *view = chainIn(parser, 50);
-    int opened = 0;
-    bool hiddenAfterSecondClick = false;
-    connect(view, &QTreeWidget::itemExpanded, this, [&] {
-        if (++opened == 5) {
-            parser.cmdExpandAll_Click(); // returns at once: its walk is already running
-            hiddenAfterSecondClick = view->isHidden();
+    void oneLevelAtATime()
+    {
+        QTreeWidget view;
+        NodeTree tree(&view);
+        buildShape(tree);
+        // A last child opened is not entered on the same click: B1 waits for the third.
+        const QStringList afterEachExpand{u"R C"_s, u"R A B C"_s, u"R A A2 B B1 C"_s, u"R A A2 B B1 C"_s};
+        for (const QString &expected : afterEachExpand) {
+            TreeWalks::ExpandOneLevel(&view);
+            QCOMPARE(expanded(tree), expected);
         }
-    });
-    parser.cmdExpandAll_Click();
-    QCOMPARE(opened, 50); // one walk over every node
-    QVERIFY(hiddenAfterSecondClick);
-    QVERIFY(!view->isHidden());
-}
+        // Each node whose first child is closed closes (R only on the second pass, once A has); a
+        // later child keeps its own state.
+        const QStringList afterEachCollapse{u"R A2 B"_s, u"A2 B"_s, u"A2 B"_s};
+        for (const QString &expected : afterEachCollapse) {
+            TreeWalks::CollapseOneLevel(&view);
+            QCOMPARE(expanded(tree), expected);
+        }
+    }
 
-void tst_TreeWalks::collapseAll()
-{
-    frmMain parser;
-    parser.show();
-    // No page yet: every walk has nothing to do, and the tree stays on.
-    parser.cmdExpand_Click();
-    parser.cmdCollapse_Click();
-    parser.cmdExpandAll_Click();
-    parser.cmdCollapseAll_Click();
-    QVERIFY(!parser.findChild<QTreeWidget *>(u"tvu"_s)->isHidden());
-    NodeTree &tree = parser.nodeTree();
-    QCOMPARE(tree.count(), 0);
-    buildShape(tree);
-    for (QTreeWidgetItem *node : tree.nodesInOrder())
-        node->setExpanded(true);
-    parser.cmdCollapseAll_Click();
-    QCOMPARE(expanded(tree), QString());
-}
+    void expandAllStopsAtEscape()
+    {
+        frmMain parser;
+        QTreeWidget *view = chainIn(parser, 100);
+        int opened = 0;
+        bool hiddenMeanwhile = false;
+        connect(view, &QTreeWidget::itemExpanded, this, [&] {
+            hiddenMeanwhile = view->isHidden();
+            if (++opened == 10) // the user presses Escape; the walk sees it at its next yield
+                QCoreApplication::postEvent(view, new QKeyEvent(QEvent::KeyPress, Qt::Key_Escape, Qt::NoModifier));
+        });
+        parser.cmdExpandAll_Click();
+        QCOMPARE(opened, 10);
+        QVERIFY(hiddenMeanwhile);
+        QVERIFY(!view->isHidden()); // switched on again
+    }
 
-void tst_TreeWalks::favorites()
-{
-    for (int i = 1; i <= 10; ++i)
-        SettingsStore::saveSetting(u"Favorites"_s, u"Site %1"_s.arg(QChar(u'A' + i - 1)), u"http://site%1.example/"_s.arg(i));
-    frmMain parser;
-    const QList<QAction *> items = parser.favoriteItems();
-    QCOMPARE(items.size(), 10);
-    QCOMPARE(items.at(0)->text(), u"&1. Site A"_s);
-    QCOMPARE(items.at(9)->text(), u"&10. Site J"_s);
-    QCOMPARE(items.at(9)->data().toString(), u"http://site10.example/"_s);
-    QVERIFY(items.at(9)->isVisible());
+    void secondClickWhileExpanding()
+    {
+        frmMain parser;
+        QTreeWidget *view = chainIn(parser, 50);
+        int opened = 0;
+        bool hiddenAfterSecondClick = false;
+        connect(view, &QTreeWidget::itemExpanded, this, [&] {
+            if (++opened == 5) {
+                parser.cmdExpandAll_Click(); // returns at once: its walk is already running
+                hiddenAfterSecondClick = view->isHidden();
+            }
+        });
+        parser.cmdExpandAll_Click();
+        QCOMPARE(opened, 50); // one walk over every node
+        QVERIFY(hiddenAfterSecondClick);
+        QVERIFY(!view->isHidden());
+    }
 
-    // Adding under a known name replaces its address; a blank name is a name.
-    ScriptedDialogs script;
-    script.answerInputBox(u"Site A"_s);
-    script.answerInputBox(u" "_s);
-    script.answerInputBox(QString()); // Cancel
-    parser.mnu_Favorites_Add_Click();
-    parser.mnu_Favorites_Add_Click();
-    parser.mnu_Favorites_Add_Click();
-    QVERIFY2(script.done(), qPrintable(script.pending()));
-    const auto stored = SettingsStore::getAllSettings(u"Favorites"_s);
-    QCOMPARE(stored.size(), 11);
-    QVERIFY(stored.contains(std::pair(u"Site A"_s, u"http://www.example.com/"_s)));
-    QVERIFY(stored.contains(std::pair(u" "_s, u"http://www.example.com/"_s)));
-    QCOMPARE(parser.favoriteItems().size(), 11);
-    QCOMPARE(script.inputBoxes().first().title, u"Add To Favorites"_s);
-    QCOMPARE(script.inputBoxes().first().prompt, u"Type a name for this address to appear in the favorites menu:"_s);
-}
+    void collapseAll()
+    {
+        frmMain parser;
+        parser.show();
+        // No page yet: every walk has nothing to do, and the tree stays on.
+        parser.cmdExpand_Click();
+        parser.cmdCollapse_Click();
+        parser.cmdExpandAll_Click();
+        parser.cmdCollapseAll_Click();
+        QVERIFY(!parser.findChild<QTreeWidget *>(u"tvu"_s)->isHidden());
+        NodeTree &tree = parser.nodeTree();
+        QCOMPARE(tree.count(), 0);
+        buildShape(tree);
+        for (QTreeWidgetItem *node : tree.nodesInOrder())
+            node->setExpanded(true);
+        parser.cmdCollapseAll_Click();
+        QCOMPARE(expanded(tree), QString());
+    }
 
-void tst_TreeWalks::favoriteNamesWithSlashes()
-{
-    SettingsStore::saveSetting(u"Favorites"_s, u"a/b\\c %2F"_s, u"http://x/"_s);
-    const auto stored = SettingsStore::getAllSettings(u"Favorites"_s);
-    QCOMPARE(stored, (QList<std::pair<QString, QString>>{{u"a/b\\c %2F"_s, u"http://x/"_s}}));
-}
+    void favorites()
+    {
+        for (int i = 1; i <= 10; ++i)
+            SettingsStore::saveSetting(u"Favorites"_s, u"Site %1"_s.arg(QChar(u'A' + i - 1)), u"http://site%1.example/"_s.arg(i));
+        frmMain parser;
+        const QList<QAction *> items = parser.favoriteItems();
+        QCOMPARE(items.size(), 10);
+        QCOMPARE(items.at(0)->text(), u"&1. Site A"_s);
+        QCOMPARE(items.at(9)->text(), u"&10. Site J"_s);
+        QCOMPARE(items.at(9)->data().toString(), u"http://site10.example/"_s);
+        QVERIFY(items.at(9)->isVisible());
 
-void tst_TreeWalks::addingWithoutAPage()
-{
-    frmMain parser;
-    // No favorites: the designed first item stays, hidden.
-    QCOMPARE(parser.favoriteItems().size(), 1);
-    QVERIFY(!parser.favoriteItems().first()->isVisible());
-    ScriptedDialogs script;
-    script.answerInputBox(u"Mine"_s);
-    parser.mnu_Favorites_Add_Click();
-    QCOMPARE(script.inputBoxes().first().defaultText, u"Untitled"_s);
-    QCOMPARE(SettingsStore::getSetting(u"Favorites"_s, u"Mine"_s), u"http://www.example.com/"_s);
-    QCOMPARE(parser.favoriteItems().first()->text(), u"&1. Mine"_s);
-    QVERIFY(parser.favoriteItems().first()->isVisible());
-}
+        // Adding under a known name replaces its address; a blank name is a name.
+        ScriptedDialogs script;
+        script.answerInputBox(u"Site A"_s);
+        script.answerInputBox(u" "_s);
+        script.answerInputBox(QString()); // Cancel
+        parser.mnu_Favorites_Add_Click();
+        parser.mnu_Favorites_Add_Click();
+        parser.mnu_Favorites_Add_Click();
+        QVERIFY2(script.done(), qPrintable(script.pending()));
+        const auto stored = SettingsStore::getAllSettings(u"Favorites"_s);
+        QCOMPARE(stored.size(), 11);
+        QVERIFY(stored.contains(std::pair(u"Site A"_s, u"http://www.example.com/"_s)));
+        QVERIFY(stored.contains(std::pair(u" "_s, u"http://www.example.com/"_s)));
+        QCOMPARE(parser.favoriteItems().size(), 11);
+        QCOMPARE(script.inputBoxes().first().title, u"Add To Favorites"_s);
+        QCOMPARE(script.inputBoxes().first().prompt, u"Type a name for this address to appear in the favorites menu:"_s);
+    }
+
+    void favoriteNamesWithSlashes()
+    {
+        SettingsStore::saveSetting(u"Favorites"_s, u"a/b\\c %2F"_s, u"http://x/"_s);
+        const auto stored = SettingsStore::getAllSettings(u"Favorites"_s);
+        QCOMPARE(stored, (QList<std::pair<QString, QString>>{{u"a/b\\c %2F"_s, u"http://x/"_s}}));
+    }
+
+    void addingWithoutAPage()
+    {
+        frmMain parser;
+        // No favorites: the designed first item stays, hidden.
+        QCOMPARE(parser.favoriteItems().size(), 1);
+        QVERIFY(!parser.favoriteItems().first()->isVisible());
+        ScriptedDialogs script;
+        script.answerInputBox(u"Mine"_s);
+        parser.mnu_Favorites_Add_Click();
+        QCOMPARE(script.inputBoxes().first().defaultText, u"Untitled"_s);
+        QCOMPARE(SettingsStore::getSetting(u"Favorites"_s, u"Mine"_s), u"http://www.example.com/"_s);
+        QCOMPARE(parser.favoriteItems().first()->text(), u"&1. Mine"_s);
+        QVERIFY(parser.favoriteItems().first()->isVisible());
+    }
+};
 
 QTEST_MAIN(tst_TreeWalks)
 #include "tst_treewalks.moc"
