@@ -206,8 +206,9 @@ private slots:
         QTest::newRow("an optgroup of a list box, text around its options")
             << QByteArray("<select multiple><optgroup label=g>ab<option>1</option>cd</optgroup><option>2</select>")
             << u"OPTGROUP"_s << u"ab\n1\ncd"_s;
-        QTest::newRow("the list box leaves that text out")
-            << QByteArray("<select multiple><optgroup label=g>ab<option>1</option>cd</optgroup><option>2</select>") << u"SELECT"_s << u"1\n2"_s;
+        QTest::newRow("the list box leaves that text and scripts out") << QByteArray(
+            "<select multiple><optgroup label=g>ab<option>1</option><script>s</script>cd</optgroup><option>2</select>")
+            << u"SELECT"_s << u"1\n2"_s;
     }
 
     void innerText()
