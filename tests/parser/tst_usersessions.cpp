@@ -177,6 +177,8 @@ private slots:
                 stepped.append(NodeTree::keyOf(child<QTreeWidget>(parser, "tvu")->currentItem()));
             }
             QCOMPARE(stepped, (QStringList{u"K9"_s, u"K12"_s, u"K9"_s}));
+            QCOMPARE(child<QToolButton>(parser, "cmdPreviousMatch")->toolTip() + u'|' + child<QToolButton>(parser, "cmdNextMatch")->toolTip(),
+                     u"Previous match|Next match"_s);
             const DocumentPtr after = snapshot();
             // The outlines leave the page's DOM as it was.
             QVERIFY(before->elements == after->elements && before->text() == after->text());
