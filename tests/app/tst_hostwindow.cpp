@@ -48,6 +48,7 @@ private slots:
         for (int run = 0; run < 2; ++run) {
             QTest::mouseClick(window.findChild<QPushButton *>(u"cmdRun"_s), Qt::LeftButton);
             QTRY_VERIFY_WITH_TIMEOUT(!window.isRunning(), 120000);
+            QCOMPARE(window.cursor().shape(), Qt::ArrowCursor); // not busy any more
             // The second run asks nothing: the example values are remembered.
             QVERIFY2(script.done(), qPrintable(script.pending()));
             QCOMPARE(window.findChild<QPlainTextEdit *>(u"txtResultText"_s)->toPlainText(), u"1.75"_s);
@@ -70,6 +71,11 @@ private slots:
         auto first = std::make_unique<HostWindow>();
         QVERIFY(first->openFile(path));
         first->show();
+        first->runQuery();
+        // Opening a file stops the run, and the cursor is not left busy.
+        QVERIFY(first->openFile(path));
+        QVERIFY(!first->isRunning());
+        QCOMPARE(first->cursor().shape(), Qt::ArrowCursor);
         first->runQuery();
         QVERIFY(first->isRunning());
         QVERIFY(first->close());
