@@ -7,13 +7,17 @@
 #include "datatable.h"
 
 #include <QComboBox>
+#include <QDir>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPlainTextEdit>
+#include <QProcess>
 #include <QPushButton>
 #include <QStatusBar>
 #include <QTemporaryDir>
 #include <QtTest>
+
+#include <sys/stat.h>
 
 using namespace Qt::StringLiterals;
 
@@ -87,6 +91,32 @@ private slots:
         second.runQuery();
         QTRY_VERIFY_WITH_TIMEOUT(!second.isRunning(), 120000);
         QCOMPARE(second.findChild<QPlainTextEdit *>(u"txtResultText"_s)->toPlainText(), u"1.75"_s);
+    }
+
+    // A page from a pipe reaches the browser as a temporary file; a stopped run leaves none behind.
+    void stoppingARunRemovesItsCopyOfThePage()
+    {
+        QTemporaryDir temp;
+        qputenv("TMPDIR", QFile::encodeName(temp.path()));
+        const auto restore = qScopeGuard([] { qunsetenv("TMPDIR"); });
+        const auto copies = [&] { return QDir(temp.path()).entryList({u"tamberline-*"_s}, QDir::Files); };
+        const QString fifo = m_dir.filePath(u"page.html"_s);
+        QCOMPARE(mkfifo(QFile::encodeName(fifo).constData(), 0600), 0);
+        QueryFile query;
+        query.Url1 = QUrl::fromLocalFile(fifo).toString();
+        query.SearchText = u"Leeks"_s;
+        const QString path = m_dir.filePath(u"piped.json"_s);
+        query.save(path);
+        QProcess feeder;
+        feeder.start(u"sh"_s, {u"-c"_s, u"echo '<p>Leeks</p>' > \"$0\""_s, fifo});
+        HostWindow window;
+        QVERIFY(window.openFile(path));
+        window.runQuery();
+        QVERIFY(window.isRunning());
+        QCOMPARE(copies().size(), 1);
+        QVERIFY(window.openFile(path)); // stops the run
+        QCOMPARE(copies(), QStringList());
+        QVERIFY(feeder.waitForFinished());
     }
 
     void closingWithChangesAsksFirst_data()

@@ -80,6 +80,19 @@ private slots:
         QCOMPARE(doubleClicked.count() + selected.count(), 0);
     }
 
+    // The engine opens about: addresses without asking, so the page asks its guard itself.
+    void aRefusedBlankPageIsNotOpened()
+    {
+        QVERIFY(m_live.load(pageUrl(u"simple.html"_s)));
+        QSignalSpy started(m_live.page, &QWebEnginePage::loadStarted);
+        m_live.page->setNavigationGuard([](const QUrl &, bool) { return false; });
+        const bool opened = m_live.page->navigate(QUrl(u"about:blank"_s));
+        m_live.page->setNavigationGuard({});
+        QVERIFY(!opened);
+        QVERIFY(m_live.load(pageUrl(u"linking.html"_s))); // whatever the refused one did is done by now
+        QCOMPARE(started.count(), 1);
+    }
+
     void snapshotsAreCut_data()
     {
         addColumns<int, int, QString>("maxElements", "maxMilliseconds", "reason");
