@@ -7,11 +7,13 @@
 #include "datatable.h"
 
 #include <QComboBox>
+#include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
 #include <QPointer>
 #include <QPushButton>
 #include <QTimer>
+#include <QToolButton>
 #include <QTreeWidget>
 #include <QtTest>
 
@@ -63,6 +65,14 @@ private slots:
             QTRY_VERIFY(!properties->findItems(u"tagName"_s, Qt::MatchExactly).isEmpty());
             QCOMPARE(properties->findItems(u"tagName"_s, Qt::MatchExactly).first()->text(1), u"B"_s);
 
+            // A search for everything finds the page's first element too, and steps to it first.
+            auto *matches = child<QLabel>(parser, "lblMatches");
+            const QString oneMatch = matches->text();
+            child<QLineEdit>(parser, "txtSearchText")->setText(u"*"_s);
+            QTRY_VERIFY(matches->text() != oneMatch);
+            QTest::mouseClick(child<QToolButton>(parser, "cmdNextMatch"), Qt::LeftButton);
+            QCOMPARE(NodeTree::keyOf(tree->currentItem()), u"K0"_s);
+            child<QLineEdit>(parser, "txtSearchText")->setText(u"Pears"_s);
             clickButton(parser, "cmdClose"); // nothing changed: no question
             QVERIFY(!parser->isVisible());
         });
