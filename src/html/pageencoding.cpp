@@ -122,14 +122,6 @@ QString decodeWindows1252(QByteArrayView bytes)
     return text;
 }
 
-QByteArrayView withoutByteOrderMark(QByteArrayView bytes, const QByteArray &encoding)
-{
-    const QByteArrayView mark = encoding == "UTF-8" ? "\xEF\xBB\xBF" : encoding == "UTF-16BE" ? "\xFE\xFF"
-                              : encoding == "UTF-16LE"                  ? "\xFF\xFE"
-                                                                        : "";
-    return !mark.isEmpty() && bytes.startsWith(mark) ? bytes.sliced(mark.size()) : bytes;
-}
-
 } // namespace
 
 QByteArray forLabel(QByteArrayView label)
@@ -174,7 +166,7 @@ Choice sniff(QByteArrayView bytes, QByteArrayView transportCharset)
 
 QByteArray toUtf8(QByteArrayView bytes, const QByteArray &encoding)
 {
-    bytes = withoutByteOrderMark(bytes, encoding);
+    // A byte order mark needs no cutting: the parser drops UTF-8's, and the UTF-16 decoders theirs.
     if (encoding == "UTF-8")
         return bytes.toByteArray();
     if (encoding == "windows-1252")

@@ -197,6 +197,7 @@ private slots:
         QTest::newRow("button text inline") << QByteArray("a<button> b </button>c") << u"BODY"_s << u"abc"_s;
         QTest::newRow("svg elements have none") << QByteArray("<svg><text>s</text></svg>") << u"text"_s << QString();
         QTest::newRow("in a hidden element, its text content") << QByteArray("<div hidden>a<p> b <i>c</i></p></div>") << u"P"_s << u" b c"_s;
+        QTest::newRow("text loose in svg left out") << QByteArray("<div>a<svg><g>loose</g></svg>b</div>") << u"DIV"_s << u"ab"_s;
         QTest::newRow("a script in an option") << QByteArray("<option>x<script>s</script></option>") << u"SCRIPT"_s << u"s"_s;
         QTest::newRow("an option reads SVG in it") << QByteArray("<option>a<svg><text>b</text></svg></option>") << u"OPTION"_s << u"ab"_s;
         QTest::newRow("an option of a list box, collapsed") << QByteArray("<select size=2><option> a \n b </select>")
@@ -318,7 +319,7 @@ private slots:
                                    << u"the page is 11 bytes long; at most 10 can be read"_s << 0 << false;
         ParseLimits shallow;
         shallow.maxDepth = 8;
-        QTest::newRow("too deep, after comments") << "<!-- a --><!---><section><!-->" + repeated("<section>", 6) << shallow
+        QTest::newRow("too deep, after comments") << "<script>a</script><!-- a --><!---><section><!-->" + repeated("<section>", 6) << shallow
                                   << u"the page nests elements 9 deep; at most 8 can be read"_s << 0 << false;
         QTest::newRow("closed elements are not deep") << repeated("<section></section>", 50) << shallow << QString() << 53 << false;
         ParseLimits few;

@@ -207,6 +207,9 @@ private slots:
         // The order holds across refills.
         properties.ShowNodeProperties(&m_page, 2);
         QCOMPARE(column(1), (QStringList{u"2"_s, u"BODY"_s, u"NULL"_s, u"P"_s, u"x"_s}));
+        properties.columnClicked(1);
+        properties.columnClicked(1); // the third click sorts up again
+        QCOMPARE(column(1).first(), u"2"_s);
     }
 private:
     const Document m_page = page();

@@ -85,6 +85,7 @@ private slots:
             QTRY_COMPARE(NodeTree::keyOf(tree->currentItem()), word);
             QCOMPARE(reached, QStringList{word});
             QCOMPARE(rowTexts(parser).value(0), u"id=word"_s);
+            QCOMPARE(parser->SearchStart(), 0); // a pick in the page is no click on the node
         });
     }
 
