@@ -136,8 +136,7 @@ private slots:
 
     void closeAsksAboutChangedFilters_data()
     {
-        QTest::addColumn<int>("answer"); // -1: the user leaves with Exit
-        QTest::addColumn<QStringList>("filtersAfter");
+        addColumns<int, QStringList>("answer", "filtersAfter"); // answer -1: the user leaves with Exit
         const QStringList unsaved{u"id=x"_s, u"junk"_s};
         QTest::newRow("No closes without saving") << int(Dialogs::No) << unsaved;
         QTest::newRow("Yes saves, then closes") << int(Dialogs::Yes) << QStringList{u"id=x"_s};
@@ -312,18 +311,6 @@ private slots:
         parser.resize(640, 480);
         QTRY_COMPARE(SettingsStore::getSetting(u"Preferences"_s, u"WindowWidth"_s).toDouble(),
                      640 * 1440 / parser.screen()->logicalDotsPerInchX());
-    }
-
-    void escapeRequestsAStop()
-    {
-        frmMain parser;
-        parser.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&parser));
-        QVERIFY(!parser.stopRequested());
-        QTest::keyClick(child<QLineEdit>(&parser, "txtSearchText"), Qt::Key_A);
-        QVERIFY(!parser.stopRequested());
-        QTest::keyClick(child<QLineEdit>(&parser, "txtSearchText"), Qt::Key_Escape);
-        QVERIFY(parser.stopRequested());
     }
 };
 

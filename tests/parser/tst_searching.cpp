@@ -1,7 +1,6 @@
 #include "parser/frmmain.h"
 #include "parser/nodekeys.h"
 #include "parserdriver.h"
-#include "queryfile.h"
 #include "datatable.h"
 
 #include <QLineEdit>
@@ -45,18 +44,6 @@ class tst_Searching : public ParserTestCase
     Q_OBJECT
 
 private slots:
-    void opensOnTheBundledExampleAtItsNode()
-    {
-        ParserSession session{QString()};
-        QueryFile::load(QStringLiteral(TAMBERLINE_EXAMPLES_DIR "/query.json")).applyTo(session.control);
-        session.script.answerPrompt(u"north"_s);
-        session.script.answerPrompt(u"Pears"_s);
-        session.edit([&](frmMain *parser) {
-            QTRY_VERIFY(!selectedKey(parser).isEmpty());
-            QCOMPARE(parser->hdoc()->innerText(numberFromKey(selectedKey(parser))).toString(), u"Pears"_s);
-        });
-    }
-
     void searchContinuesThenAsks_data()
     {
         addColumns<int, bool>("answer", "fromTheTop");

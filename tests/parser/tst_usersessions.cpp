@@ -47,10 +47,8 @@ private slots:
 
     void addressBox_data()
     {
-        QTest::addColumn<bool>("visitFirst"); // another address first: the query's is then entry 1
-        QTest::addColumn<bool>("otherCase");
-        QTest::addColumn<int>("key");         // 0: none, the user clicks Save
-        QTest::addColumn<bool>("goes");
+        // visitFirst: another address first, so the query's is entry 1; key 0: the user clicks Save
+        addColumns<bool, bool, int, bool>("visitFirst", "otherCase", "key", "goes");
         QTest::newRow("leaving a box that equals another entry") << true << false << 0 << false;
         QTest::newRow("leaving a box that equals an entry in other case") << false << true << 0 << false;
         QTest::newRow("Enter on the address shown reloads") << false << false << int(Qt::Key_Return) << true;

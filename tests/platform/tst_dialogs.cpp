@@ -92,21 +92,6 @@ private slots:
         QVERIFY(runHandler(&window, HandlerOrigin(origin), [] {}));
     }
 
-    void settingsRoundTrip()
-    {
-        TestSettings settings;
-        QCOMPARE(SettingsStore::getSetting(u"Preferences"_s, u"WindowTop"_s, u"120"_s), u"120"_s);
-        SettingsStore::saveSetting(u"Preferences"_s, u"WindowTop"_s, u"300"_s);
-        SettingsStore::saveSetting(u"Favorites"_s, u"Shop"_s, u"http://shop.example/"_s);
-        SettingsStore::saveSetting(u"Favorites"_s, u"News"_s, u"http://news.example/"_s);
-        QCOMPARE(SettingsStore::getSetting(u"Preferences"_s, u"WindowTop"_s), u"300"_s);
-        const auto favorites = SettingsStore::getAllSettings(u"Favorites"_s);
-        QCOMPARE(favorites.size(), 2);
-        QVERIFY(favorites.contains(std::pair(u"Shop"_s, u"http://shop.example/"_s)));
-        QVERIFY(SettingsStore::getAllSettings(u"Nothing"_s).isEmpty());
-        QVERIFY(QFile::exists(settings.iniFile()));
-    }
-
     void brokenSettingsFileIsKeptAside()
     {
         TestSettings settings;
