@@ -321,6 +321,8 @@ private slots:
         shallow.maxDepth = 8;
         QTest::newRow("too deep, after comments") << "<script>a</script><!-- a --><!---><section><!-->" + repeated("<section>", 6) << shallow
                                   << u"the page nests elements 9 deep; at most 8 can be read"_s << 0 << false;
+        QTest::newRow("a table in a cell nests") << repeated("<table><tr><td>", 2) << shallow
+                                                 << u"the page nests elements 10 deep; at most 8 can be read"_s << 0 << false;
         QTest::newRow("closed elements are not deep") << repeated("<section></section>", 50) << shallow << QString() << 53 << false;
         ParseLimits few;
         few.maxElements = 6;
