@@ -254,6 +254,8 @@ private slots:
         row("a batch option without a table", bad({u"--output"_s, u"o.jsonl"_s}), 2, none, u"--output is for a batch"_s);
         row("resume with nothing to go on with", bad({u"--values"_s, u"v.csv"_s, u"--resume"_s}), 2, none,
             u"--resume goes on with the rows in --output"_s);
+        row("results already in the output", QStringList{u"run"_s, m_query, m_page, u"--values"_s, file(u"one.csv"_s, "fruit\nPears\n"),
+            u"--output"_s, file(u"one.jsonl"_s, "{")} + set, 2, none, u"already holds results"_s);
         row("a table and standard input as the page", bad({u"-"_s, u"--values"_s, u"-"_s}), 2, none, u"standard input can be read once"_s);
         row("a device among pages", run({zero, m_page}), 1, nl + pears, u"/dev/zero is a device"_s);
         row("endless standard input from a pipe", run({u"-"_s}), 1, nl, u"standard input is "_s + tooLong, none, FromYes);
