@@ -189,9 +189,6 @@ bool HostWindow::saveFile(const QString &path)
     } catch (const QueryFileError &error) {
         Dialogs::messageBox(error.message(), Dialogs::OkOnly | Dialogs::Critical, tr("Save Query"));
         return false;
-    } catch (const RuntimeError &error) {
-        Dialogs::messageBox(runtimeErrorText(error), Dialogs::OkOnly | Dialogs::Critical, tr("Save Query"));
-        return false;
     } catch (const std::exception &error) {
         Dialogs::messageBox(QString::fromUtf8(error.what()), Dialogs::OkOnly | Dialogs::Critical, tr("Save Query"));
         return false;
