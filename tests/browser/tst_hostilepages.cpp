@@ -1,20 +1,12 @@
 #include "browser/pagebridge.h"
 #include "datatable.h"
 #include "livepage.h"
+#include "parserdriver.h"
 
 #include <QMetaMethod>
 #include <QtTest>
 
 using namespace Qt::StringLiterals;
-
-namespace {
-
-QUrl pageUrl(const QString &name)
-{
-    return QUrl::fromLocalFile(QStringLiteral(TAMBERLINE_TEST_DATA "/pages/") + name);
-}
-
-} // namespace
 
 class tst_HostilePages : public QObject
 {
@@ -40,7 +32,7 @@ private slots:
         QSignalSpy pointed(m_live.page->bridge(), &PageBridge::elementPointed);
         QSignalSpy doubleClicked(m_live.page->bridge(), &PageBridge::elementDoubleClicked);
         QSignalSpy selected(m_live.page->bridge(), &PageBridge::selectionMoved);
-        QVERIFY(m_live.load(pageUrl(u"storm.html"_s)));
+        QVERIFY(m_live.load(QUrl(testPageUrl(u"storm.html"_s))));
         const DocumentPtr document = m_live.snapshot();
         QVERIFY(document);
         QCOMPARE(document->innerText(document->length() - 2), u"done"_s);
@@ -53,7 +45,7 @@ private slots:
 
     void wrongTypesAndHugeStringsAreRefused()
     {
-        QVERIFY(m_live.load(pageUrl(u"simple.html"_s)));
+        QVERIFY(m_live.load(QUrl(testPageUrl(u"simple.html"_s))));
         QSignalSpy pointed(m_live.page->bridge(), &PageBridge::elementPointed);
         QSignalSpy doubleClicked(m_live.page->bridge(), &PageBridge::elementDoubleClicked);
         QSignalSpy selected(m_live.page->bridge(), &PageBridge::selectionMoved);
@@ -83,13 +75,13 @@ private slots:
     // The engine opens about: addresses without asking, so the page asks its guard itself.
     void aRefusedBlankPageIsNotOpened()
     {
-        QVERIFY(m_live.load(pageUrl(u"simple.html"_s)));
+        QVERIFY(m_live.load(QUrl(testPageUrl(u"simple.html"_s))));
         QSignalSpy started(m_live.page, &QWebEnginePage::loadStarted);
         m_live.page->setNavigationGuard([](const QUrl &, bool) { return false; });
         const bool opened = m_live.page->navigate(QUrl(u"about:blank"_s));
         m_live.page->setNavigationGuard({});
         QVERIFY(!opened);
-        QVERIFY(m_live.load(pageUrl(u"linking.html"_s))); // whatever the refused one did is done by now
+        QVERIFY(m_live.load(QUrl(testPageUrl(u"linking.html"_s)))); // whatever the refused one did is done by now
         QCOMPARE(started.count(), 1);
     }
 
@@ -103,7 +95,7 @@ private slots:
     void snapshotsAreCut()
     {
         const auto [maxElements, maxMilliseconds, reason] = fetchRow<int, int, QString>("maxElements", "maxMilliseconds", "reason");
-        QVERIFY(m_live.load(pageUrl(u"linking.html"_s)));
+        QVERIFY(m_live.load(QUrl(testPageUrl(u"linking.html"_s))));
         SnapshotLimits limits;
         limits.maxElements = maxElements;
         limits.maxMilliseconds = maxMilliseconds;
@@ -119,10 +111,10 @@ private slots:
         // Built by script 100,000 levels deep, the page takes its renderer down with it; what asks
         // for the page then gets nothing, at once, and the next page loads as usual.
         QSignalSpy ended(m_live.page, &QWebEnginePage::renderProcessTerminated);
-        m_live.page->load(pageUrl(u"deepdom.html"_s));
+        m_live.page->load(QUrl(testPageUrl(u"deepdom.html"_s)));
         QVERIFY(ended.wait(60000));
         QVERIFY(!m_live.snapshot());
-        QVERIFY(m_live.load(pageUrl(u"simple.html"_s)));
+        QVERIFY(m_live.load(QUrl(testPageUrl(u"simple.html"_s))));
         QVERIFY(m_live.snapshot());
     }
 

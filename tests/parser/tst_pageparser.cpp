@@ -298,8 +298,7 @@ private slots:
     void placementIsRestoredClamped()
     {
         SettingsStore::saveSettings(u"Preferences"_s, {{u"WindowLeft"_s, u"-3000"_s}, {u"WindowTop"_s, u"150"_s},
-                                                                    {u"WindowWidth"_s, u"9000"_s},
-                                                                    {u"WindowHeight"_s, u"900000"_s}});
+                                                       {u"WindowWidth"_s, u"9000"_s}, {u"WindowHeight"_s, u"900000"_s}});
         frmMain parser;
         const QRect screen = parser.screen()->geometry();
         QCOMPARE(parser.x(), 0);
