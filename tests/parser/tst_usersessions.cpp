@@ -170,8 +170,8 @@ private slots:
             }
             // td.price of both rows: html head title body h1 table tbody tr td td(8) tr td td(11)
             QCOMPARE(marked, (QStringList{u"K9"_s, u"K12"_s}));
-            for (int i = 0; i < 3; ++i) {
-                QTest::mouseClick(child<QToolButton>(parser, "cmdNextMatch"), Qt::LeftButton);
+            for (const char *button : {"cmdNextMatch", "cmdNextMatch", "cmdPreviousMatch"}) {
+                QTest::mouseClick(child<QToolButton>(parser, button), Qt::LeftButton);
                 stepped.append(NodeTree::keyOf(child<QTreeWidget>(parser, "tvu")->currentItem()));
             }
             QCOMPARE(stepped, (QStringList{u"K9"_s, u"K12"_s, u"K9"_s}));
@@ -182,6 +182,7 @@ private slots:
             QVERIFY(before->elements == after->elements && before->text() == after->text());
             child<QLineEdit>(parser, "txtSearchText")->setText(u"nothing like this"_s);
             QTRY_COMPARE(panel->text(), u"No match"_s);
+            QVERIFY(!child<QToolButton>(parser, "cmdPreviousMatch")->isEnabled()); // nothing to step to
 
             // An error takes the status bar for a while; pointing at a node gives the panel back.
             auto *tree = child<QTreeWidget>(parser, "tvu");
