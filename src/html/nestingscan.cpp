@@ -455,9 +455,10 @@ qsizetype NestingScan::htmlStartTag(int name, bool selfClosing, qsizetype tagEnd
     if ((flags & Heading) && (flagsOf(topName()) & Heading))
         pop();
     if (name == N_li || name == N_dd || name == N_dt) {
-        // The innermost open li (or dd/dt) closes, unless a special element is nearer.
+        // The innermost open li (or dd/dt) closes, unless a special element is nearer; body is
+        // special, so there always is one.
         const int stop = topOf(SpecialNarrow);
-        const int found = stop >= 0 ? m_stack[size_t(stop)].name : -1;
+        const int found = m_stack[size_t(stop)].name;
         const bool match = name == N_li ? found == N_li : (found == N_dd || found == N_dt);
         if (match)
             popTo(stop);
