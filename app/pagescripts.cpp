@@ -77,7 +77,7 @@ bool isHandlerRunOnLoad(const QString &attributeName)
         QStringLiteral("ontransitionrun"), QStringLiteral("ontransitionstart"), QStringLiteral("ontransitionend"),
         QStringLiteral("ontransitioncancel"), QStringLiteral("onbegin"),      QStringLiteral("onend"),
         QStringLiteral("onrepeat"),        QStringLiteral("ontoggle")};
-    return attributeName.size() > 2 && events.contains(trimmedAsciiLower(attributeName));
+    return events.contains(trimmedAsciiLower(attributeName));
 }
 
 bool loadsJavaScriptUrl(const Document &document, int index)
