@@ -11,6 +11,7 @@ class tst_BrowserSnapshot : public QObject
 
 private slots:
     void readsWhatTheBridgeWrites();
+    void refusesTextsWithoutTexts();
     void refusesMalformedSnapshots_data();
     void refusesMalformedSnapshots()
     {
@@ -42,6 +43,15 @@ void tst_BrowserSnapshot::readsWhatTheBridgeWrites()
     QCOMPARE(body.children.at(2).text, u"tail"_s);
     QCOMPARE(document->attribute(1, u"DATA-X"_s), body.attributes.at(1).value);
     QVERIFY(document->attribute(2, u"id"_s).isNull());
+}
+
+// The texts come in a second answer, which must hold them and nothing after them.
+void tst_BrowserSnapshot::refusesTextsWithoutTexts()
+{
+    const DocumentPtr structure = documentFromSnapshotJson(uR"({"nodes":[-1,"A",0]})"_s);
+    QCOMPARE(documentWithTexts(*structure, uR"({"texts":["a"]})"_s)->innerText(0), u"a"_s);
+    QVERIFY_THROWS_EXCEPTION(SnapshotFormatError, documentWithTexts(*structure, uR"({"cut":false})"_s));
+    QVERIFY_THROWS_EXCEPTION(SnapshotFormatError, documentWithTexts(*structure, uR"({"texts":["a"]} x)"_s));
 }
 
 void tst_BrowserSnapshot::refusesMalformedSnapshots_data()
