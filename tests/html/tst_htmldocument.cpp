@@ -324,6 +324,7 @@ private slots:
         QTest::newRow("a table in a cell nests") << repeated("<table><tr><td>", 2) << shallow
                                                  << u"the page nests elements 10 deep; at most 8 can be read"_s << 0 << false;
         QTest::newRow("a list item closes the last across a div") << repeated("<li><div>", 5) << shallow << QString() << 13 << false;
+        QTest::newRow("a cell closes what is open in its row") << QByteArray("<table><tr><div><td><b><i>") << shallow << QString() << 10 << false;
         QTest::newRow("closed elements are not deep") << repeated("<section></section>", 50) << shallow << QString() << 53 << false;
         ParseLimits few;
         few.maxElements = 6;
