@@ -3,7 +3,6 @@
 #include "queryrunner.h"
 #include "datatable.h"
 
-#include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>

@@ -4,7 +4,6 @@
 #include "platform/settingsstore.h"
 
 #include <QKeyEvent>
-#include <QMenu>
 #include <QTreeWidget>
 #include <QtTest>
 
