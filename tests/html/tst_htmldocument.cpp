@@ -181,7 +181,6 @@ private slots:
         QTest::newRow("rows across row groups")
             << QByteArray("<table><thead><tr><th>H</th></tr></thead><tbody><tr><td>1</td></tr></tbody></table>x") << u"BODY"_s << u"H\n1\nx"_s;
         QTest::newRow("pre keeps white space") << QByteArray("<pre>  a\n\tb  </pre>") << u"PRE"_s << u"  a\n\tb  "_s;
-        QTest::newRow("white space kept from html down") << QByteArray("<html style='white-space: pre'>a  b") << u"BODY"_s << u"a  b"_s;
         QTest::newRow("hidden elements left out") << QByteArray("<div>a<span hidden>h</span>b</div>") << u"DIV"_s << u"ab"_s;
         QTest::newRow("a hidden element gives its text content") << QByteArray("<div hidden> a  <b>b</b></div>") << u"DIV"_s << u" a  b"_s;
         QTest::newRow("script and style left out")
