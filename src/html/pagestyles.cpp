@@ -110,11 +110,16 @@ std::optional<std::pair<Property, quint8>> valueOf(const mycss_declaration_entry
         }
         return std::nullopt;
     case MyCSS_PROPERTY_TYPE_FLOAT:
-        // The browser drops "start", "end", "top" and "bottom" as invalid, so they change nothing.
-        if (v == MyCSS_PROPERTY_FLOAT_START || v == MyCSS_PROPERTY_FLOAT_END || v == MyCSS_PROPERTY_FLOAT_TOP
-            || v == MyCSS_PROPERTY_FLOAT_BOTTOM)
-            return std::nullopt;
-        return std::pair{Float, quint8(v == MyCSS_PROPERTY_FLOAT_LEFT || v == MyCSS_PROPERTY_FLOAT_RIGHT)};
+        switch (v) {
+        case MyCSS_PROPERTY_FLOAT_LEFT:
+        case MyCSS_PROPERTY_FLOAT_RIGHT: return std::pair{Float, quint8(1)};
+        case MyCSS_PROPERTY_FLOAT_NONE:
+        case MyCSS_PROPERTY_FLOAT_INITIAL:
+        case MyCSS_PROPERTY_FLOAT_INHERIT:
+        case MyCSS_PROPERTY_FLOAT_UNSET: return std::pair{Float, quint8(0)};
+        }
+        // "start", "end", "top" and "bottom": the browser drops them as invalid, so they change nothing.
+        return std::nullopt;
     case MyCSS_PROPERTY_TYPE_POSITION:
         return std::pair{Position, quint8(v == MyCSS_PROPERTY_POSITION_ABSOLUTE || v == MyCSS_PROPERTY_POSITION_FIXED)};
     default:
