@@ -10,7 +10,9 @@ batch_run.py PROGRAM CONTRIB_DASK (http | resume | dask)
 
 import json
 import os
+import pty
 import random
+import re
 import shlex
 import signal
 import subprocess
@@ -35,13 +37,49 @@ def run(program, folder, *arguments):
                            "--format", "json", "--jobs", "8", *arguments], capture_output=True, timeout=300)
 
 
+def run_on_terminal(program, folder, *arguments):
+    """Runs with standard error on a terminal; returns the exit status and what the terminal got."""
+    master, slave = pty.openpty()
+    batch = subprocess.Popen([program, "run", os.path.join(folder, "q.json"), "--values", os.path.join(folder, "t.csv"),
+                              "--format", "json", "--jobs", "8", *arguments], stdout=subprocess.DEVNULL, stderr=slave)
+    os.close(slave)
+    shown = b""
+    while True:
+        try:
+            chunk = os.read(master, 65536)
+        except OSError:  # the terminal's other side is closed
+            break
+        if not chunk:
+            break
+        shown += chunk
+    os.close(master)
+    return batch.wait(timeout=300), shown.decode()
+
+
+def check_progress_line(shown):
+    """Each progress line counts the failures reported above it; reports start on a line of their own."""
+    reported, lines = 0, 0
+    for m in re.finditer(r"(\r\x1b\[K)?(?:(\d+ of \d+|\d+) rows, [\d.]+ rows/s, (\d+) failed|(row \d+: ))", shown):
+        if m.group(4):
+            if not m.group(1) and shown[m.start() - 1] != "\n":
+                fail(f"a report written over the progress line: {shown[max(0, m.start() - 80):m.end()]!r}")
+            reported += 1
+        else:
+            lines += 1
+            if int(m.group(3)) != reported:
+                fail(f"the progress line says {m.group(3)} failed after {reported} reported")
+    if not lines or "\x1b[K" not in shown[shown.rfind("rows/s"):]:
+        fail(f"no progress line, or the last one is left on the terminal: {shown[-300:]!r}")
+
+
 def check_http(program, folder, servers):
     out = os.path.join(folder, "out.jsonl")
-    done = run(program, folder, "--per-host", "2", "--output", out)
-    if done.returncode != 1:
-        fail(f"exit status {done.returncode}, not 1 for the rows without a result: {done.stderr[-2000:]}")
-    if done.stderr.decode().count('column "note" fills no marker') != 1:
-        fail("the unused column is not named once: " + done.stderr.decode()[:2000])
+    status, shown = run_on_terminal(program, folder, "--per-host", "2", "--output", out)
+    if status != 1:
+        fail(f"exit status {status}, not 1 for the rows without a result: {shown[-2000:]}")
+    if shown.count('column "note" fills no marker') != 1:
+        fail("the unused column is not named once: " + shown[:2000])
+    check_progress_line(shown)
     lines = open(out, "rb").read().splitlines()
     if len(lines) != ROWS:
         fail(f"{len(lines)} results for {ROWS} rows")
