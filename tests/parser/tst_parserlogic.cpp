@@ -213,6 +213,31 @@ private slots:
             QCOMPARE(display.text, text);
     }
 
+    void progressStripInvertsTheTextItCovers()
+    {
+        QWidget bar;
+        bar.resize(400, 30);
+        QWidget panel(&bar);
+        panel.setGeometry(150, 5, 200, 20);
+        ProgressStrip strip(&bar);
+        strip.showProgress(&panel, 50, 100);
+        QCOMPARE(strip.geometry(), panel.geometry());
+        const QImage shot = strip.grab().toImage();
+        const auto colours = [&](int from, int to) {
+            QSet<QRgb> seen;
+            for (int x = from; x < to; ++x) {
+                for (int y = 0; y < shot.height(); ++y)
+                    seen.insert(shot.pixel(x, y));
+            }
+            return seen;
+        };
+        // Blue text on white past the bar's end, white text on blue before it.
+        QCOMPARE(colours(0, 60), QSet<QRgb>{qRgb(0, 0, 255)});
+        QCOMPARE(colours(140, 200), QSet<QRgb>{qRgb(255, 255, 255)});
+        QVERIFY(colours(60, 100).contains(qRgb(255, 255, 255)));
+        QVERIFY(colours(100, 140).contains(qRgb(0, 0, 255)));
+    }
+
     void paneRatios()
     {
         PaneRatios ratios;
@@ -233,5 +258,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(tst_ParserLogic)
+QTEST_MAIN(tst_ParserLogic)
 #include "tst_parserlogic.moc"
