@@ -27,6 +27,8 @@ private slots:
         QTest::newRow("not in a comment or a script")
             << QByteArray("<!-- <meta charset=gbk> --><script>'<meta charset=big5>'</script><meta charset=euc-kr>") << QByteArray()
             << QByteArray("EUC-KR");
+        QTest::newRow("not in a processing instruction or a bogus end tag; after a slash")
+            << QByteArray("<?php <meta charset=gbk>?></ x <meta charset=big5>><meta/charset=euc-kr>") << QByteArray() << QByteArray("EUC-KR");
         QTest::newRow("not past the head after the first kilobyte")
             << QByteArray("<p>" + QByteArray(1100, 'x') + "<meta charset=gbk>\xc4\xe3") << QByteArray() << QByteArray("windows-1252");
         QTest::newRow("undeclared UTF-8") << QByteArray("<p>caf\xc3\xa9") << QByteArray() << QByteArray("UTF-8");
