@@ -202,7 +202,9 @@ private slots:
         const QList<QByteArray> rows = run.out.trimmed().split('\n');
         QCOMPARE(rows.size(), 3);
         QVERIFY(rows.at(0).startsWith("page"));
-        QVERIFY(rows.at(1).contains("no-match"));
+        QVERIFY(rows.at(1).endsWith(" no-match"));
+        // The columns line up under their headings.
+        QCOMPARE(rows.at(1).lastIndexOf(' ') + 1, rows.at(0).indexOf("reason"));
     }
 
     void aHugePageThroughTheCommand()
