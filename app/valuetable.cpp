@@ -82,8 +82,8 @@ ValueTable::ValueTable(const QString &path)
     : m_file(std::make_unique<QFile>())
 {
     const bool ok = path == u"-" ? m_file->open(stdin, QIODevice::ReadOnly) : (m_file->setFileName(path), m_file->open(QIODevice::ReadOnly));
-    if (!ok || (path != u"-" && QFileInfo(path).isDir()))
-        throw RunError(QStringLiteral("cannot read the values %1: %2").arg(path, ok ? QStringLiteral("it is a folder") : m_file->errorString()));
+    if (!ok) // a folder is refused by the open itself
+        throw RunError(QStringLiteral("cannot read the values %1: %2").arg(path, m_file->errorString()));
     const QString suffix = QFileInfo(path).suffix().toLower();
     if (suffix == u"csv") {
         m_format = Format::Csv;

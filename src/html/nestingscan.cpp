@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 namespace {
 
@@ -32,7 +33,7 @@ enum Flag : quint32 {
     X(button, "button", Special | ScopedEnd) \
     X(a, "a", Formatting) \
     X(nobr, "nobr", Formatting | Breakout) \
-    X(table, "table", ClosesP | Special | Boundary | Breakout) \
+    X(table, "table", Special | Boundary | Breakout) /* closes p only in standards mode */ \
     X(caption, "caption", Special | Boundary | TableStructure) \
     X(colgroup, "colgroup", Special | TableStructure) \
     X(col, "col", Void | Special | TableStructure) \
@@ -385,7 +386,9 @@ qsizetype NestingScan::startTag(qsizetype at)
     }
     if (!useHtmlRules(tag.name)) {
         if (!(flagsOf(tag.name) & Breakout)) {
-            if (!tag.selfClosing)
+            if (tag.selfClosing)
+                leaf();
+            else
                 push(tag.name, m_stack.back().space);
             return tag.end;
         }
@@ -478,17 +481,21 @@ qsizetype NestingScan::htmlStartTag(int name, bool selfClosing, qsizetype tagEnd
     }
 
     if (name == N_plaintext) {
-        m_result.depth = std::max(m_result.depth, int(m_stack.size()) + 1);
+        leaf();
         return -1;
     }
     if (flags & RawContent) {
-        m_result.depth = std::max(m_result.depth, int(m_stack.size()) + 1);
+        leaf();
         return findEndTag(tagEnd, name);
     }
-    if (flags & Void)
+    if (flags & Void) {
+        leaf();
         return tagEnd;
+    }
     if (name == N_svg || name == N_math) {
-        if (!selfClosing)
+        if (selfClosing)
+            leaf();
+        else
             push(name, name == N_svg ? Space::Svg : Space::MathMl);
         return tagEnd;
     }
@@ -519,7 +526,7 @@ bool NestingScan::selectStartTag(int name)
         popTo(select);
         return true;
     default:
-        if (flagsOf(name) & TableStructure || name == N_table) {
+        if (tablePartEndsSelect(name)) {
             popTo(select);
             return true;
         }
@@ -589,7 +596,7 @@ void NestingScan::htmlEndTag(int name)
             popTo(select);
             return;
         }
-        if (!(flags & TableStructure) && name != N_table && name != N_templ)
+        if (name != N_templ && !(tablePartEndsSelect(name) && inScope(name, TableScope)))
             return;
         popTo(select);
     }
@@ -598,10 +605,16 @@ void NestingScan::htmlEndTag(int name)
     case N_html:
     case N_head:
     case N_body:
+        return;
     case N_br:
+        leaf(); // read as <br>
         return;
     case N_p:
-        open = inScope(N_p, ButtonScope) ? lastPosition(N_p) : -1;
+        if (!inScope(N_p, ButtonScope)) {
+            leaf(); // an empty p is made to be closed
+            return;
+        }
+        open = lastPosition(N_p);
         break;
     case N_li:
         open = inScope(N_li, ListScope) ? lastPosition(N_li) : -1;
@@ -618,10 +631,19 @@ void NestingScan::htmlEndTag(int name)
     case N_templ:
         open = lastPosition(name);
         break;
-    case N_form:
-        m_formOpen = false;
-        open = inScope(N_form, DefaultScope) ? lastPosition(N_form) : -1;
-        break;
+    case N_form: {
+        const bool pointed = std::exchange(m_formOpen, false);
+        if (!pointed || !inScope(N_form, DefaultScope))
+            return;
+        generateImpliedEndTags(-1);
+        // The form leaves the stack but not the tree: what it holds still nests inside it.
+        const int form = lastPosition(N_form);
+        const std::vector<Entry> above(m_stack.begin() + form + 1, m_stack.end());
+        popTo(form);
+        for (const Entry &entry : above)
+            push(entry.name, entry.space, entry.depth);
+        return;
+    }
     default:
         if (flags & Heading) {
             for (int h = N_h1; h <= N_h6; ++h)
@@ -651,8 +673,10 @@ void NestingScan::foreignEndTag(int name)
         htmlEndTag(name);
 }
 
-void NestingScan::push(int name, Space space)
+void NestingScan::push(int name, Space space, int depth)
 {
+    if (depth == 0)
+        depth = nextDepth();
     const int position = int(m_stack.size());
     quint8 categories = 0;
     if (space == Space::Html) {
@@ -674,13 +698,24 @@ void NestingScan::push(int name, Space space)
     } else if (isIntegrationPoint({name, space, 0})) {
         categories |= 1 << DefaultScope | 1 << ButtonScope | 1 << ListScope | 1 << SpecialAny | 1 << SpecialNarrow;
     }
-    m_stack.push_back({name, space, categories});
+    m_stack.push_back({name, space, categories, depth});
     m_positions[size_t(name)].push_back(position);
     for (int c = 0; c < 7; ++c) {
         if (categories & (1 << c))
             m_categories[c].push_back(position);
     }
-    m_result.depth = std::max(m_result.depth, int(m_stack.size()));
+    m_result.depth = std::max(m_result.depth, depth);
+}
+
+int NestingScan::nextDepth() const
+{
+    return m_stack.empty() ? 1 : m_stack.back().depth + 1;
+}
+
+// An element that holds nothing, under the current node.
+void NestingScan::leaf()
+{
+    m_result.depth = std::max(m_result.depth, nextDepth());
 }
 
 void NestingScan::pop()
@@ -726,10 +761,21 @@ int NestingScan::tableContext() const
     return top >= 0 && m_stack[size_t(top)].name == N_table ? top : -1;
 }
 
+// Only in a select inside a table do the table's parts close the select.
+bool NestingScan::tablePartEndsSelect(int name) const
+{
+    const bool part = name == N_table || name == N_caption || name == N_tbody || name == N_thead || name == N_tfoot
+                   || name == N_tr || name == N_td || name == N_th;
+    const int table = lastPosition(N_table);
+    return part && table >= 0 && table < lastPosition(N_select);
+}
+
 bool NestingScan::inSelect() const
 {
-    const int top = topName();
-    return lastPosition(N_select) >= 0 && (top == N_select || top == N_option || top == N_optgroup);
+    const Entry &top = m_stack.back();
+    const int select = lastPosition(N_select);
+    return top.space == Space::Html && (top.name == N_select || top.name == N_option || top.name == N_optgroup)
+        && select >= 0 && m_stack[size_t(select)].space == Space::Html;
 }
 
 void NestingScan::generateImpliedEndTags(int except)

@@ -31,6 +31,7 @@ private:
         int name;
         Space space;
         quint8 categories;
+        int depth = 0; // in the tree, html = 1: a form can leave the stack and still hold what follows
     };
     struct Tag {
         int name = -1;
@@ -52,11 +53,15 @@ private:
     bool useHtmlRules(int name) const;
     qsizetype htmlStartTag(int name, bool selfClosing, qsizetype tagEnd);
     bool selectStartTag(int name);
+    bool tablePartEndsSelect(int name) const;
     bool tableStartTag(int name);
     void htmlEndTag(int name);
     void foreignEndTag(int name);
 
-    void push(int name, Space space);
+    // depth 0: one below the current node
+    void push(int name, Space space, int depth = 0);
+    int nextDepth() const;
+    void leaf();
     void pop();
     void popTo(int position);
     int lastPosition(int name) const;

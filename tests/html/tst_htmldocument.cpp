@@ -1,4 +1,5 @@
 #include "html/htmldocument.h"
+#include "html/nestingscan.h"
 #include "html/pagereaderror.h"
 #include "document/textcase.h"
 #include "datatable.h"
@@ -306,6 +307,38 @@ private slots:
         const auto found = std::count_if(document->elements.cbegin(), document->elements.cend(),
                                          [&](const Document::Element &element) { return element.tagName == tag; });
         QCOMPARE(int(found), count);
+    }
+
+    // The pre-scan's estimate of how deep a page nests, against the parser's own tree, on pages
+    // made at random of the markup it models. Only a table's content, moved out in front of
+    // it, may nest less deep than estimated; a page must never nest deeper. Left out: foreign
+    // content, and formatting elements, which the parser may open again further down.
+    void nestingEstimateMatchesTheParser()
+    {
+        static const char *const pieces[] = {
+            "<div>", "</div>", "<p>", "</p>", "<ul>", "</ul>", "<li>", "</li>", "<dl>", "<dt>", "<dd>", "<h1>", "</h1>",
+            "<form>", "</form>", "<br>", "</br>", "<img/>", "<div/>", "<button>", "</button>", "<span>", "</span>",
+            "<script><div></script>", "<!-- <div> -->", "<!--->", "<textarea><p></textarea>", "</ x>", "text",
+            "<select>", "<option>", "</select>",
+            "<table>", "</table>", "<tr>", "</tr>", "<td>", "</td>", "<th>", "<tbody>", "<caption>", "<colgroup>"};
+        const int withoutTables = 32;
+        QRandomGenerator random(7);
+        for (int page = 0; page < 4000; ++page) {
+            QByteArray html = "x";
+            for (int n = random.bounded(1, 40); n > 0; --n)
+                html += pieces[random.bounded(page % 2 ? int(std::size(pieces)) : withoutTables)];
+            const DocumentPtr document = parse(html);
+            int deepest = 0;
+            for (int i = 0; i < document->length(); ++i) {
+                int depth = 1;
+                for (int up = document->item(i).parent; up >= 0; up = document->item(up).parent)
+                    ++depth;
+                deepest = std::max(deepest, depth);
+            }
+            const int estimate = NestingScan::run(html, 1 << 20).depth;
+            QVERIFY2(page % 2 ? estimate >= deepest : estimate == deepest,
+                     qPrintable(u"%1 for %2: %3"_s.arg(estimate).arg(deepest).arg(QString::fromUtf8(html))));
+        }
     }
 
     void limits_data()
