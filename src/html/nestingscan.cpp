@@ -619,14 +619,6 @@ void NestingScan::htmlEndTag(int name)
     case N_li:
         open = inScope(N_li, ListScope) ? lastPosition(N_li) : -1;
         break;
-    case N_option:
-        if (topName() == N_option)
-            pop();
-        return;
-    case N_optgroup:
-        if (topName() == N_optgroup)
-            pop();
-        return;
     case N_select:
     case N_templ:
         open = lastPosition(name);
