@@ -596,9 +596,9 @@ void NestingScan::htmlEndTag(int name)
             popTo(select);
             return;
         }
+        // Those that close the select close what holds it too, below.
         if (name != N_templ && !(tablePartEndsSelect(name) && inScope(name, TableScope)))
             return;
-        popTo(select);
     }
     int open = -1;
     switch (name) {

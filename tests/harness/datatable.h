@@ -1,6 +1,10 @@
 #pragma once
 
+#include "platform/runtimeerror.h"
+
 #include <QTest>
+
+#include <functional>
 
 #include <tuple>
 
@@ -19,4 +23,14 @@ std::tuple<Types...> fetchRow(Names... names)
 {
     static_assert(sizeof...(Types) == sizeof...(Names));
     return {*static_cast<Types *>(QTest::qData(names, qMetaTypeId<Types>()))...};
+}
+
+// What the call gave, or "error N" when it raised run-time error N: a raise fails its row only.
+inline QString outcome(const std::function<QVariant()> &call)
+{
+    try {
+        return call().toString();
+    } catch (const RuntimeError &error) {
+        return QStringLiteral("error %1").arg(error.number());
+    }
 }

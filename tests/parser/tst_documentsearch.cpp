@@ -2,7 +2,6 @@
 #include "freshquery.h"
 #include "parser/documentsearch.h"
 #include "parser/wildcardmatcher.h"
-#include "platform/runtimeerror.h"
 #include "datatable.h"
 
 #include <QtTest>
@@ -22,16 +21,6 @@ Document shop()
     document.append({u"INPUT"_s, 1, {}, {{u"disabled"_s, QString()}}});
     document.append({u"P"_s, 1, {}, {{u"title"_s, u"Stra\u00dfe"_s}}}, u"Stra\u00dfe \U00010428");
     return document;
-}
-
-// What the call gave, or "error N" when it raised run-time error N: a raise fails its row only.
-QString outcome(const std::function<QVariant()> &call)
-{
-    try {
-        return call().toString();
-    } catch (const RuntimeError &error) {
-        return u"error %1"_s.arg(error.number());
-    }
 }
 
 } // namespace

@@ -1,5 +1,4 @@
 #include "parser/wildcardmatcher.h"
-#include "platform/runtimeerror.h"
 #include "wildcardreference.h"
 #include "datatable.h"
 
@@ -15,16 +14,6 @@ WildcardPattern::RandomSource fixed(double value)
     return [value] { return value; };
 }
 
-// The answer, or "error N" when the matcher raised run-time error N.
-QString outcome(const std::function<bool()> &match)
-{
-    try {
-        return match() ? u"match"_s : u"no match"_s;
-    } catch (const RuntimeError &error) {
-        return u"error %1"_s.arg(error.number());
-    }
-}
-
 } // namespace
 
 class tst_Wildcard : public QObject
@@ -35,7 +24,7 @@ private slots:
     void matches_data()
     {
         addColumns<QString, QString, QString>("text", "pattern", "outcome");
-        const QString yes = u"match"_s, no = u"no match"_s;
+        const QString yes = u"true"_s, no = u"false"_s;
 
         QTest::newRow("whole text only") << u"PRICE"_s << u"PRICE"_s << yes;
         QTest::newRow("part of the text is not enough") << u"THE PRICE"_s << u"PRICE"_s << no;
@@ -115,7 +104,7 @@ private slots:
             const QString reference = outcome([&] { return WildcardReference::MatchWildcard(text, pattern, fixed(random)); });
             QVERIFY2(fast == reference, qPrintable(u"text \"%1\" pattern \"%2\" random %3: %4, the definition says %5"_s
                                                        .arg(text, pattern).arg(random).arg(fast, reference)));
-            matched += fast == u"match"_s;
+            matched += fast == u"true"_s;
         }
         QVERIFY(matched > 1000); // the rounds are not all trivially failing
     }
