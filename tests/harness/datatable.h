@@ -3,8 +3,9 @@
 #include "platform/runtimeerror.h"
 
 #include <QTest>
+#include <QVariant>
 
-#include <functional>
+#include <type_traits>
 
 #include <tuple>
 
@@ -25,11 +26,18 @@ std::tuple<Types...> fetchRow(Names... names)
     return {*static_cast<Types *>(QTest::qData(names, qMetaTypeId<Types>()))...};
 }
 
-// What the call gave, or "error N" when it raised run-time error N: a raise fails its row only.
-inline QString outcome(const std::function<QVariant()> &call)
+// What the call gave ("" for nothing), or "error N" when it raised run-time error N: a raise
+// fails its row only.
+template <typename Call>
+QString outcome(Call call)
 {
     try {
-        return call().toString();
+        if constexpr (std::is_void_v<decltype(call())>) {
+            call();
+            return {};
+        } else {
+            return QVariant(call()).toString();
+        }
     } catch (const RuntimeError &error) {
         return QStringLiteral("error %1").arg(error.number());
     }
