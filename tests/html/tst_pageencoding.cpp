@@ -17,7 +17,7 @@ private slots:
         QTest::newRow("byte order mark beats all") << QByteArray("\xFF\xFE<\0p\0", 6) << QByteArray("text/html; charset=gbk") << QByteArray("UTF-16LE");
         QTest::newRow("transport beats meta") << gbk << QByteArray("text/html;charset=\"Shift_JIS\"") << QByteArray("Shift_JIS");
         QTest::newRow("unknown transport label") << gbk << QByteArray("text/html; charset=klingon") << QByteArray("GBK");
-        QTest::newRow("not a tag; labels in any case with blanks") << QByteArray("<1 <META CHARSET = ' Koi8-R '>") << QByteArray() << QByteArray("KOI8-R");
+        QTest::newRow("not a tag; labels in any case with blanks") << QByteArray("<1 <META\rCHARSET = ' Koi8-R '>") << QByteArray() << QByteArray("KOI8-R");
         QTest::newRow("http-equiv needs the pragma")
             << QByteArray("<meta content='text/html; charset=koi8-r'><meta http-equiv=content-type content='text/html; charset=koi8-u'>")
             << QByteArray() << QByteArray("KOI8-U");
@@ -25,10 +25,11 @@ private slots:
         QTest::newRow("x-user-defined reads as windows-1252") << QByteArray("<meta charset=x-user-defined>") << QByteArray()
                                                               << QByteArray("windows-1252");
         QTest::newRow("not in a comment or a script")
-            << QByteArray("<!-- <meta charset=gbk> --><script>'<meta charset=big5>'</script><meta charset=euc-kr>") << QByteArray()
+            << QByteArray("<!-- -x> <meta charset=gbk> --><script>'<meta charset=big5>'</script><meta charset=euc-kr>") << QByteArray()
             << QByteArray("EUC-KR");
-        QTest::newRow("not in a processing instruction or a bogus end tag; after a slash")
-            << QByteArray("<?php <meta charset=gbk>?></ x <meta charset=big5>><meta/charset=euc-kr>") << QByteArray() << QByteArray("EUC-KR");
+        QTest::newRow("not in attributes, a processing instruction or a bogus end tag; after a slash")
+            << QByteArray("<a title='<meta charset=gbk>'><A title='<meta charset=big5>'>"
+                          "<?php <meta charset=gbk>?></ x <meta charset=big5>><meta/charset=euc-kr>") << QByteArray() << QByteArray("EUC-KR");
         QTest::newRow("not past the head after the first kilobyte")
             << QByteArray("<p>" + QByteArray(1100, 'x') + "<meta charset=gbk>\xc4\xe3") << QByteArray() << QByteArray("windows-1252");
         QTest::newRow("undeclared UTF-8") << QByteArray("<p>caf\xc3\xa9") << QByteArray() << QByteArray("UTF-8");
