@@ -347,6 +347,7 @@ private slots:
         shallow.maxDepth = 8;
         QTest::newRow("too deep, after comments") << "<script>a</script><!-- a --><!---><section><!-->" + repeated("<section>", 6) << shallow
                                   << u"the page nests elements 9 deep; at most 8 can be read"_s << 0 << false;
+        QTest::newRow("a cell closes what is open in its row") << QByteArray("<table><tr><div><td><b><i>") << shallow << QString() << 10 << false;
         ParseLimits few;
         few.maxElements = 6;
         QTest::newRow("elements past the cap cut off") << repeated("<p>x", 10) << few << QString() << 6 << true;
