@@ -11,6 +11,7 @@
 #include <QMenu>
 #include <QPointer>
 #include <QPushButton>
+#include <QSplitter>
 #include <QTimer>
 #include <QToolButton>
 #include <QTreeWidget>
@@ -305,9 +306,12 @@ private slots:
         QCOMPARE(parser.width(), qRound(9000 * parser.screen()->logicalDotsPerInchX() / 1440));
 
         parser.show();
-        parser.resize(640, 480);
+        parser.resize(1600, 480);
         QTRY_COMPARE(SettingsStore::getSetting(u"Preferences"_s, u"WindowWidth"_s).toDouble(),
-                     640 * 1440 / parser.screen()->logicalDotsPerInchX());
+                     1600 * 1440 / parser.screen()->logicalDotsPerInchX());
+        // The browser keeps about four fifths of the width.
+        const auto *panes = parser.findChild<QSplitter *>(u"horBalancer"_s);
+        QTRY_VERIFY(panes->sizes().at(0) > 3 * panes->sizes().at(1));
     }
 };
 

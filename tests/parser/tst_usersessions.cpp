@@ -137,6 +137,7 @@ private slots:
             QTRY_VERIFY(parser->isDocumentComplete() && parser->hdoc() && parser->hdoc()->cut);
             QTRY_COMPARE(script.messageBoxes().size(), 1);
             QVERIFY(script.messageBoxes().at(0).text.startsWith(u"The page was read in part: the page text is too large"_s));
+            QCOMPARE(child<QStatusBar>(parser, "stts")->currentMessage(), script.messageBoxes().at(0).text);
             // A word in a text that was not read is not "not found": the search says why.
             child<QLineEdit>(parser, "txtSearchText")->setText(u"beta"_s);
             script.answerMessageBox(Dialogs::OK);
