@@ -38,7 +38,9 @@ def run(program, folder, *arguments):
 
 
 def run_on_terminal(program, folder, *arguments):
-    """Runs with standard error on a terminal; returns the exit status and what the terminal got."""
+    """Runs with standard error on a terminal; returns the exit status, what the terminal got and
+    the seconds it took."""
+    started = time.monotonic()
     master, slave = pty.openpty()
     batch = subprocess.Popen([program, "run", os.path.join(folder, "q.json"), "--values", os.path.join(folder, "t.csv"),
                               "--format", "json", "--jobs", "8", *arguments], stdout=subprocess.DEVNULL, stderr=slave)
@@ -53,11 +55,12 @@ def run_on_terminal(program, folder, *arguments):
             break
         shown += chunk
     os.close(master)
-    return batch.wait(timeout=300), shown.decode()
+    return batch.wait(timeout=300), shown.decode(), time.monotonic() - started
 
 
-def check_progress_line(shown):
-    """Each progress line counts the failures reported above it; reports start on a line of their own."""
+def check_progress_line(shown, seconds):
+    """Each progress line counts the failures reported above it, and is rewritten a few times a
+    second; reports start on a line of their own."""
     reported, lines = 0, 0
     for m in re.finditer(r"(\r\x1b\[K)?(?:(\d+ of \d+|\d+) rows, [\d.]+ rows/s, (\d+) failed|(row \d+: ))", shown):
         if m.group(4):
@@ -68,18 +71,20 @@ def check_progress_line(shown):
             lines += 1
             if int(m.group(3)) != reported:
                 fail(f"the progress line says {m.group(3)} failed after {reported} reported")
+    if lines > 5 * seconds + 5:
+        fail(f"the progress line was rewritten {lines} times in {seconds:.1f} s")
     if not lines or "\x1b[K" not in shown[shown.rfind("rows/s"):]:
         fail(f"no progress line, or the last one is left on the terminal: {shown[-300:]!r}")
 
 
 def check_http(program, folder, servers):
     out = os.path.join(folder, "out.jsonl")
-    status, shown = run_on_terminal(program, folder, "--per-host", "2", "--output", out)
+    status, shown, seconds = run_on_terminal(program, folder, "--per-host", "2", "--output", out)
     if status != 1:
         fail(f"exit status {status}, not 1 for the rows without a result: {shown[-2000:]}")
     if shown.count('column "note" fills no marker') != 1:
         fail("the unused column is not named once: " + shown[:2000])
-    check_progress_line(shown)
+    check_progress_line(shown, seconds)
     lines = open(out, "rb").read().splitlines()
     if len(lines) != ROWS:
         fail(f"{len(lines)} results for {ROWS} rows")

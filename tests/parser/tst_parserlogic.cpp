@@ -54,6 +54,7 @@ private slots:
         QTest::newRow("ticking a new row") << QStringList{} << u"2"_s << QList<Row>{{u"class"_s, u"a"_s, true}} << true;
         QTest::newRow("same filter in other case and blanks")
             << QStringList{u" ID = X "_s} << u"2"_s << QList<Row>{{u"id"_s, u"x"_s, true}} << false;
+        QTest::newRow("a filter with no name") << QStringList{u"=x"_s} << u"2"_s << QList<Row>{{QString(), u"x"_s, true}} << false;
         QTest::newRow("ticked row with another value") << idX << u"2"_s << QList<Row>{{u"id"_s, u"y"_s, true}} << true;
         QTest::newRow("sharp s is not SS") << QStringList{u"title=Stra\u00dfe"_s} << u"2"_s
                                            << QList<Row>{{u"title"_s, u"STRASSE"_s, true}} << true;

@@ -123,6 +123,9 @@ private slots:
         buildShape(tree);
         for (QTreeWidgetItem *node : tree.nodesInOrder())
             node->setExpanded(true);
+        const QString all = expanded(tree);
+        parser.cmdCollapse_Click();
+        QVERIFY(expanded(tree) != all);
         parser.cmdCollapseAll_Click();
         QCOMPARE(expanded(tree), QString());
     }
