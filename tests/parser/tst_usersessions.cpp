@@ -183,7 +183,8 @@ private slots:
             QVERIFY(before->elements == after->elements && before->text() == after->text());
             child<QLineEdit>(parser, "txtSearchText")->setText(u"nothing like this"_s);
             QTRY_COMPARE(panel->text(), u"No match"_s);
-            QVERIFY(!child<QToolButton>(parser, "cmdPreviousMatch")->isEnabled()); // nothing to step to
+            for (const char *button : {"cmdPreviousMatch", "cmdNextMatch"})
+                QVERIFY(!child<QToolButton>(parser, button)->isEnabled()); // nothing to step to
 
             // An error takes the status bar for a while; pointing at a node gives the panel back.
             auto *tree = child<QTreeWidget>(parser, "tvu");
