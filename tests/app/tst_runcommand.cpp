@@ -305,6 +305,9 @@ private slots:
         row("the query is a folder", query(folder), 2, none, u"is a folder"_s);
         row("the query is a device", query(zero), 2, none, u"is a device"_s);
         row("a query file of 1 GB", query(hugeQuery), 2, none, u"longer than 16,777,216 bytes"_s);
+        QFile limit(m_query);
+        QVERIFY(limit.open(QIODevice::ReadOnly));
+        row("a query file of 16,777,216 bytes", query(file(u"limit.json"_s, limit.readAll().leftJustified(16 << 20, ' '))), 0, pears, {});
         row("a query of 40,000 filters", query(file(u"filters.json"_s, manyFilters)), 2, none,
             u"\"ElemAttribs\" holds 40,000 filters; a query holds at most 32,767"_s);
     }
