@@ -3,6 +3,7 @@
 #include "parserdriver.h"
 #include "wizard/frmaddprop.h"
 
+#include <QHeaderView>
 #include <QMenu>
 #include <QRadioButton>
 #include <QTreeWidget>
@@ -57,6 +58,9 @@ private slots:
             QTRY_VERIFY(runInPage(parser, u"window.scrollY"_s).toDouble() > 500);
             QCOMPARE(rowTexts(parser), (QStringList{u"id=far"_s, u"class=target"_s, u"tagName=DIV"_s,
                                                     u"ParentTag=BODY"_s, u"sourceIndex=%1"_s.arg(far)}));
+            QHeaderView *header = child<QTreeWidget>(parser, "lstProps")->header();
+            QTest::mouseClick(header->viewport(), Qt::LeftButton, {}, QPoint(header->sectionPosition(0) + 4, 4));
+            QCOMPARE(rowTexts(parser).first(), u"class=target"_s); // sorted by name
             QCOMPARE(parser->SearchStart(), far + 1);
             clickNode(parser, parser->nodeTree().node(RootKey));
             QTRY_COMPARE(runInPage(parser, u"window.scrollY"_s).toDouble(), 0.0);
