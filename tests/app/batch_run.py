@@ -62,7 +62,7 @@ def check_progress_line(shown, seconds):
     """Each progress line counts the failures reported above it, and is rewritten a few times a
     second; reports start on a line of their own."""
     reported, lines = 0, 0
-    for m in re.finditer(r"(\r\x1b\[K)?(?:(\d+ of \d+|\d+) rows, [\d.]+ rows/s, (\d+) failed|(row \d+: ))", shown):
+    for m in re.finditer(r"(\r\x1b\[K)?(?:(\d+ of \d+|\d+) rows, \d+\.\d rows/s, (\d+) failed|(row \d+: ))", shown):
         if m.group(4):
             if not m.group(1) and shown[m.start() - 1] != "\n":
                 fail(f"a report written over the progress line: {shown[max(0, m.start() - 80):m.end()]!r}")
