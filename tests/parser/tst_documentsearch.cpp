@@ -43,7 +43,7 @@ private slots:
         QTest::newRow("no = on an attribute with a value") << 2 << QStringList{u"class"_s} << no;
         QTest::newRow("no = keeps the name as typed") << 2 << QStringList{u"tagName"_s} << no;
         QTest::newRow("tagName") << 2 << QStringList{u"tagname=div"_s} << yes;
-        QTest::newRow("ParentTag") << 2 << QStringList{u"PARENTTAG = body"_s} << yes;
+        QTest::newRow("ParentTag") << 1 << QStringList{u"PARENTTAG = html"_s} << yes;
         QTest::newRow("ParentTag of the top element") << 0 << QStringList{u"ParentTag=x"_s} << u"error 91"_s;
         QTest::newRow("sourceIndex") << 3 << QStringList{u"sourceIndex=3"_s} << yes;
         QTest::newRow("sourceIndex of another") << 3 << QStringList{u"sourceIndex=2"_s} << no;
