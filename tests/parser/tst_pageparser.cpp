@@ -247,13 +247,20 @@ private slots:
             QCOMPARE(completed.count(), 2); // one for each page
             QCOMPARE(started.count(), 2);
 
+            // A page that takes its renderer down: the user is told, and nothing waits for it.
+            session.script.answerMessageBox(Dialogs::OK);
+            box->setEditText(testPageUrl(u"deepdom.html"_s));
+            clickButton(parser, "cmdGo");
+            QVERIFY(completed.wait(60000));
+            QVERIFY(session.script.messageBoxes().last().text.contains(u"The browser process of the page"_s));
+
             // A page the host refuses: Go clears the tree and nothing comes to fill it.
             parser->setNavigationAllowed(false);
             box->setEditText(testPageUrl(u"hostile.html"_s));
             QSignalSpy finished(parser->page(), &QWebEnginePage::loadFinished);
             clickButton(parser, "cmdGo");
             QTRY_VERIFY(!finished.isEmpty());
-            QCOMPARE(parser->page()->url(), QUrl(testPageUrl(u"simple.html"_s)));
+            QCOMPARE(parser->page()->url(), QUrl(testPageUrl(u"deepdom.html"_s)));
             QCOMPARE(parser->nodeTree().count(), 0);
         });
     }
