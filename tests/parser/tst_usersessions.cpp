@@ -164,6 +164,12 @@ private slots:
             QTRY_COMPARE(panel->text(), u"2 matches"_s);
             // Each found element outlined, and each returned one (the same, with offset 0) around it.
             QTRY_COMPARE(child<QWidget>(parser, "matchOverlay")->property("outlineCount").toInt(), 4);
+            // Found ones in orange, with what they return dashed in blue over them.
+            const QImage shot = child<QWidget>(parser, "matchOverlay")->grab().toImage();
+            QSet<QRgb> colours;
+            for (int i = 0; i < shot.width() * shot.height(); ++i)
+                colours.insert(shot.pixel(i % shot.width(), i / shot.width()));
+            QVERIFY(colours.contains(qRgb(240, 140, 0)) && colours.contains(qRgb(30, 90, 220)));
             QStringList marked, stepped;
             for (QTreeWidgetItem *node : parser->nodeTree().nodesInOrder()) {
                 if (node->background(0).color() == PageMatches::foundMark())
