@@ -296,14 +296,13 @@ void HostWindow::showResult(const RunResult &result, Engine engine)
                             : result.matches > 1                   ? tr("%1 (the search text and filters fit several elements)").arg(result.matches)
                                                                    : QString::number(result.matches));
     ui->txtResultText->setPlainText(result.succeeded() ? result.text : result.reason + QStringLiteral(": ") + result.message);
-    const bool scripted = result.scripted.value_or(false);
     ui->lblScripted->setText(!result.scripted        ? QStringLiteral("-")
-                             : !scripted             ? tr("none")
+                             : !*result.scripted     ? tr("none")
                              : engine == Engine::Static ? tr("the page runs scripts; the static reader ran none of them")
                                                         : tr("the page runs scripts; the browser ran them before the search"));
     QString status = result.succeeded() ? tr("The query returns element %1").arg(result.returned)
                                         : tr("The query returns nothing: %1").arg(result.reason);
-    if (engine == Engine::Static && scripted && (result.reason == u"no-match" || result.reason == u"offset-out-of-range"))
+    if (engine == Engine::Static && result.mayBeScriptsDoing())
         status += tr(". The page runs scripts: run it in the browser to see what they add.");
     statusBar()->showMessage(status);
 }

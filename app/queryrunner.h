@@ -55,6 +55,11 @@ struct RunResult {
     QString finalAddress;
 
     bool succeeded() const { return reason.isEmpty(); }
+    // Nothing found on a page whose scripts were not run: they may add what was looked for.
+    bool mayBeScriptsDoing() const
+    {
+        return scripted.value_or(false) && (reason == u"no-match" || reason == u"offset-out-of-range");
+    }
     QJsonObject toJson() const;
 };
 

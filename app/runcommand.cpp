@@ -228,12 +228,6 @@ void printTable(const QList<RunResult> &results)
     }
 }
 
-// What the query looks for may be there only once the page's scripts have run.
-bool mayBeScriptsDoing(const RunResult &result)
-{
-    return result.scripted.value_or(false) && (result.reason == u"no-match" || result.reason == u"offset-out-of-range");
-}
-
 } // namespace
 
 CommandLine runCommandLine(bool check)
@@ -403,7 +397,7 @@ int runCommandMain(int argc, char *argv[])
         allGaveResults = allGaveResults && result.succeeded();
         if (!result.succeeded())
             std::fprintf(stderr, "%s: %s: %s\n", qPrintable(result.page), qPrintable(result.reason), qPrintable(result.message));
-        if (options.format == Format::Text && options.engine == Engine::Static && mayBeScriptsDoing(result))
+        if (options.format == Format::Text && options.engine == Engine::Static && result.mayBeScriptsDoing())
             std::fprintf(stderr, "%s: the page runs scripts, which the static reader does not; try --engine browser\n",
                          qPrintable(result.page));
         if (options.check)
