@@ -149,6 +149,8 @@ private slots:
         QTest::newRow("a script is one text") << "<script>" + text + "</script>" << u"SCRIPT"_s << QList<int>{70000};
         QTest::newRow("a surrogate pair stays whole")
             << "<p>" + repeated("a", 65535) + "\xF0\x9F\x98\x80" + "b</p>" << u"P"_s << QList<int>{65535, 3};
+        QTest::newRow("a long cluster goes whole to the next text")
+            << "<p>" + repeated("a", 65505) + "e" + repeated("\xCC\x81", 40) + "</p>" << u"P"_s << QList<int>{65505, 41};
     }
 
     void longTextIsSplit()
