@@ -26,8 +26,8 @@ std::tuple<Types...> fetchRow(Names... names)
     return {*static_cast<Types *>(QTest::qData(names, qMetaTypeId<Types>()))...};
 }
 
-// What the call gave ("" for nothing), or "error N" when it raised run-time error N: a raise
-// fails its row only.
+// What the call gave ("" for nothing), "error N" when it raised run-time error N, or the
+// message of any other error it raised: a raise fails its row only.
 template <typename Call>
 QString outcome(Call call)
 {
@@ -40,5 +40,7 @@ QString outcome(Call call)
         }
     } catch (const RuntimeError &error) {
         return QStringLiteral("error %1").arg(error.number());
+    } catch (const std::exception &error) {
+        return QString::fromUtf8(error.what());
     }
 }
