@@ -17,6 +17,8 @@ for command in "" run check; do
     [ "$(bare $command --version)" = "tamberline $version" ] || fail "tamberline $command --version is not tamberline $version"
 done
 
+printf '%s' "$helped" | grep -q "^Exit status: 0 when every page gave a result" || fail "tamberline run --help does not end with its exit statuses"
+
 listed=$(printf '%s' "$helped" | grep -oE '^  (-[a-z], )?--[a-z-]+' | grep -oE -- '--[a-z-]+' | sort -u)
 documented=$(sed 's/\\-/-/g' "$manual" | grep -oE -- '--[a-z][a-z-]*' | sort -u)
 [ "$listed" = "$documented" ] || fail "options in --help:
