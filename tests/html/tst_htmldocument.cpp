@@ -313,9 +313,10 @@ private slots:
             "<br>", "</br>", "<img/>", "<div/>", "<button>", "</button>", "<span>", "</span>", "<head>", "<ASIDE>", "</ x>", "</>", "<?>", "text",
             "<script><div></script>", "<!--a>--p><p>--!>", "<!--->", "<textarea><p></textarea>", "<div id=a title = '>'<p>",
             "<p hidden class=\"<p>\"/>", "<span title=a=\">\"<p>\">",
-            "<svg>", "</svg>", "<g>", "<g/>", "<foreignObject>", "<desc>", "<math>", "<mi>", "<mo>", "<ms>", "</math>", "<![CDATA[<p>]]>"};
+            "<svg>", "</svg>", "<g>", "<g/>", "<foreignObject>", "<desc>", "<math>", "<mi>", "<mo>", "<ms>", "</math>", "<![CDATA[<p>]]>",
+            "<ruby>", "<rtc>", "<rt>", "<rp>", "<rb>"};
         // Pieces from..to, and whether the estimate is exact there.
-        const struct { int from, to; bool exact; } kinds[] = {{10, 53, true}, {0, 53, false}, {18, 65, true}};
+        const struct { int from, to; bool exact; } kinds[] = {{10, 53, true}, {0, 53, false}, {18, 70, true}};
         QRandomGenerator random(7);
         for (int page = 0; page < 15000; ++page) {
             const auto kind = kinds[page % 3];
