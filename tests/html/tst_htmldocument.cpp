@@ -151,6 +151,8 @@ private slots:
             << "<p>" + repeated("a", 65535) + "\xF0\x9F\x98\x80" + "b</p>" << u"P"_s << QList<int>{65535, 3};
         QTest::newRow("a long cluster goes whole to the next text")
             << "<p>" + repeated("a", 65505) + "e" + repeated("\xCC\x81", 40) + "</p>" << u"P"_s << QList<int>{65505, 41};
+        QTest::newRow("Latin-1 splits where it falls, even in a line end")
+            << "<p>" + repeated("a", 65535) + "&#13;\nb</p>" << u"P"_s << QList<int>{65536, 2};
     }
 
     void longTextIsSplit()

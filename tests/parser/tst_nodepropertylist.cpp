@@ -16,8 +16,7 @@ Document page()
     Document document;
     document.elements = {{u"HTML"_s, -1}, {u"BODY"_s, 0}, {u"P"_s, 1, u"x"_s}};
     document.elements[2].attributes = {{u"id"_s, u"x"_s}, {u"class"_s, QString()}, {u"title"_s, u" null "_s},
-                                       {u"data"_s, u"NULL"_s},
-                                       {u"ValdKey"_s, u"k"_s}};
+                                       {u"data"_s, u"NULL"_s}, {u"ValdKey"_s, u"k"_s}};
     return document;
 }
 
@@ -74,8 +73,7 @@ private slots:
             << int(NodePropertyList::Show::NonEmpty) << 2 << QStringList{}
             << QStringList{u"id=x"_s, u"data=NULL"_s} + elementRows;
         QTest::newRow("all: every attribute but ValdKey") << int(NodePropertyList::Show::All) << 2 << QStringList{}
-            << QStringList{u"id=x"_s, u"class="_s, u"title= null "_s, u"data=NULL"_s}
-                   + elementRows;
+            << QStringList{u"id=x"_s, u"class="_s, u"title= null "_s, u"data=NULL"_s} + elementRows;
         QTest::newRow("neither option: element rows only") << int(NodePropertyList::Show::None) << 2 << QStringList{} << elementRows;
         QTest::newRow("the top element has no parent tag") << int(NodePropertyList::Show::NonEmpty) << 0 << QStringList{}
             << QStringList{u"tagName=HTML b"_s, u"sourceIndex=0 b"_s};
