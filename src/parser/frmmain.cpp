@@ -712,7 +712,6 @@ void frmMain::selectNode(QTreeWidgetItem *node)
     for (QTreeWidgetItem *parent = node->parent(); parent; parent = parent->parent())
         parent->setExpanded(true);
     ui->tvu->setCurrentItem(node);
-    node->setSelected(true);
     ui->tvu->scrollToItem(node);
 }
 

@@ -2,7 +2,7 @@
 
 batch_run.py PROGRAM CONTRIB_DASK (http | resume | dask)
   http    2,000 rows over two hosts: every row's result right and in order, the per-host limit
-          kept, failures tried again and 404 not, the program's User-Agent
+          kept, failures tried again and 404 or a redirect to another scheme not, the User-Agent
   resume  a batch killed with SIGKILL at random moments, a last line cut short, and a SIGINT,
           each resumed: the same file as one uninterrupted run
   dask    the table on a local Dask cluster of two worker processes: the same file again
@@ -107,7 +107,7 @@ def check_http(program, folder, servers):
         if stats.agents != {"tamberline/0.1"} and not all(a.startswith("tamberline/") for a in stats.agents):
             fail(f"User-Agent {stats.agents}")
     requests = sum((s.stats.requests for s in servers), batchserver.collections.Counter())
-    for n, times in ((13, 2), (17, 2), (23, 1), (26, 2), (46, 1), (1009, 4)):
+    for n, times in ((13, 2), (17, 2), (23, 1), (26, 2), (46, 1), (62, 1), (1009, 4)):
         if requests[f"/item/{n}"] != times:
             fail(f"/item/{n} asked {requests[f'/item/{n}']} times, not {times}")
 

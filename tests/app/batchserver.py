@@ -7,6 +7,7 @@ Each server is one host to the fetcher (its own port). /item/N answers, by N:
   N % 97 == 0   slowly (0.3 s)
   N % 23 == 0   404, always
   N % 29 == 0   a redirect to /moved/N
+  N == 62       a redirect to a scheme the fetcher does not speak: wrong however often tried
   N % 5 == 0    in ISO-8859-1, said only in the Content-Type header
 The server counts the requests it is answering at once, per host, and every request by path.
 """
@@ -29,8 +30,8 @@ def page(n):
 
 def expected(n, host):
     """The result fields a row with id n on host gives."""
-    if n % 23 == 0:
-        return {"reason": "page-error", "text": None, "status": 404}
+    if n % 23 == 0 or n == 62:
+        return {"reason": "page-error", "text": None, "status": 302 if n == 62 else 404}
     path = f"/moved/{n}" if n % 29 == 0 else f"/item/{n}"
     return {"reason": None, "text": price(n), "status": 200, "final": f"http://{host}{path}"}
 
@@ -79,6 +80,8 @@ class Handler(http.server.BaseHTTPRequestHandler):
             return self.send(302, headers=[("Location", f"/moved/{n}")])
         if n % 23 == 0:
             return self.send(404, b"gone")
+        if n == 62:
+            return self.send(302, headers=[("Location", "ftp://127.0.0.1/")])
         if n == 1009 and seen <= 3:
             return self.send(503, b"busy")
         if n % 13 == 0 and seen == 1:
