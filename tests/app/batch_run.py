@@ -62,18 +62,25 @@ def check_progress_line(shown, seconds):
     """Each progress line counts the failures reported above it, and is rewritten a few times a
     second; reports start on a line of their own."""
     reported, lines = 0, 0
-    for m in re.finditer(r"(\r\x1b\[K)?(?:(\d+ of \d+|\d+) rows, \d+\.\d rows/s, (\d+) failed|(row \d+: ))", shown):
-        if m.group(4):
+    pattern = r"(\r\x1b\[K)?(?:(\d+)(?: of (\d+))? rows, (\d+\.\d) rows/s, (\d+) failed(?:, (?:(\d+)m)?(\d+)s left)?|(row \d+: ))"
+    for m in re.finditer(pattern, shown):
+        if m.group(8):
             if not m.group(1) and shown[m.start() - 1] != "\n":
                 fail(f"a report written over the progress line: {shown[max(0, m.start() - 80):m.end()]!r}")
             reported += 1
-        else:
-            lines += 1
-            if int(m.group(3)) != reported:
-                fail(f"the progress line says {m.group(3)} failed after {reported} reported")
+            continue
+        lines += 1
+        if int(m.group(5)) != reported:
+            fail(f"the progress line says {m.group(5)} failed after {reported} reported")
+        # What is left: the rows still to do at the rate shown (rounded to a tenth).
+        done, total, rate = int(m.group(2)), int(m.group(3) or 0), float(m.group(4))
+        if m.group(7) and total and rate >= 1:
+            left = int(m.group(6) or 0) * 60 + int(m.group(7))
+            if abs(left - (total - done) / rate) > 0.1 * (total - done) / rate + 2:
+                fail(f"{left} s left for {total - done} rows at {rate} rows/s: {m.group(0)!r}")
     if lines > 5 * seconds + 5:
         fail(f"the progress line was rewritten {lines} times in {seconds:.1f} s")
-    if not lines or "\x1b[K" not in shown[shown.rfind("rows/s"):]:
+    if not lines or "rows/s" in shown[shown.rfind("\x1b[K"):]:
         fail(f"no progress line, or the last one is left on the terminal: {shown[-300:]!r}")
 
 
