@@ -134,12 +134,11 @@ frmMain::frmMain(QWidget *parent)
         if (node && !m_selectingNode && QGuiApplication::mouseButtons() == Qt::NoButton)
             runHandler(this, HandlerOrigin::User, [&] { NodeClick(node); });
     });
-    ui->tvu->setMouseTracking(true);
-    ui->tvu->viewport()->installEventFilter(this);
     connect(ui->lstProps, &QTreeWidget::itemChanged, this, [this](QTreeWidgetItem *row, int column) {
-        if (column == 0)
+        if (column == 0) {
             runHandler(this, HandlerOrigin::User, [&] { m_properties.rowCheckToggled(row); });
             matchesFollowQuery();
+        }
     });
     connect(ui->lstProps->header(), &QHeaderView::sectionClicked, this, [this](int column) {
         m_properties.columnClicked(column);
@@ -182,9 +181,8 @@ frmMain::frmMain(QWidget *parent)
         layoutPanes();
     });
 
-    // The panes follow the splitters' own resizes, which come once the window's layout is done.
-    ui->horBalancer->installEventFilter(this);
-    ui->verBalancer->installEventFilter(this);
+    // One filter for the whole application: it sees the splitters' resizes (the panes follow them
+    // once the window's layout is done), the tree's pointer moves even untracked, and Escape.
     qApp->installEventFilter(this);
     restorePlacement();
     if (const QString notice = SettingsStore::takeNotice(); !notice.isEmpty())

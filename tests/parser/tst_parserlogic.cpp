@@ -231,6 +231,8 @@ private slots:
         QCOMPARE(colours(140, 200), QSet<QRgb>{qRgb(255, 255, 255)});
         QVERIFY(colours(60, 100).contains(qRgb(255, 255, 255)));
         QVERIFY(colours(100, 140).contains(qRgb(0, 0, 255)));
+        strip.showProgress(&panel, 100, 100); // done: the status panel shows again
+        QVERIFY(strip.isHidden());
     }
 
     void paneRatios()
@@ -244,8 +246,10 @@ private slots:
         QCOMPARE(ratios.horizontal, 0.8f);
         ratios.horizontalDropped(700, 1000);
         QCOMPARE(ratios.horizontal, 0.7f);
-        ratios.horizontalDropped(0, 1000);
+        ratios.horizontalDropped(0, 1000); // a collapsed pane keeps the ratio it had
         QCOMPARE(ratios.horizontal, 0.7f);
+        ratios.horizontalDropped(1, 1000);
+        QCOMPARE(ratios.horizontal, 0.5f);
         ratios.verticalDropped(0, 400);
         QCOMPARE(ratios.vertical, 0.0f);
         ratios.resetUnset();
