@@ -129,11 +129,9 @@ private:
     long long readInteger()
     {
         skipSpace();
-        bool negative = false;
-        if (m_pos < m_text.size() && m_text[m_pos] == u'-') {
-            negative = true;
+        const bool negative = m_text.mid(m_pos).startsWith(u'-');
+        if (negative)
             ++m_pos;
-        }
         const qsizetype start = m_pos;
         long long value = 0;
         while (m_pos < m_text.size() && m_text[m_pos] >= u'0' && m_text[m_pos] <= u'9') {

@@ -75,8 +75,8 @@ QWebEngineProfile *WebPage::sharedProfile()
         bridge.setName(QStringLiteral("tamberline-bridge"));
         bridge.setSourceCode(bridgeSource());
         bridge.setInjectionPoint(QWebEngineScript::DocumentCreation);
+        // Main frame only, as scripts are by default: a frame's elements are not in the tree.
         bridge.setWorldId(SafeJsWorld);
-        bridge.setRunsOnSubFrames(false);
         profile->scripts()->insert(bridge);
     }
     return profile;

@@ -1,5 +1,8 @@
 #include "cssrules.h"
 
+#include <algorithm>
+#include <iterator>
+
 namespace CssRules {
 
 namespace {
@@ -46,11 +49,8 @@ qsizetype skipBlock(QByteArrayView css, qsizetype i)
 bool mentionsTextProperty(QByteArrayView declarations)
 {
     static const char *const names[] = {"display", "visibility", "text-transform", "white-space", "float", "position"};
-    for (const char *name : names) {
-        if (declarations.indexOf(name) >= 0 || declarations.toByteArray().toLower().indexOf(name) >= 0)
-            return true;
-    }
-    return false;
+    const QByteArray lower = declarations.toByteArray().toLower();
+    return std::any_of(std::begin(names), std::end(names), [&](const char *name) { return lower.contains(name); });
 }
 
 QByteArray textRules(QByteArrayView css)

@@ -342,11 +342,8 @@ qsizetype NestingScan::markupDeclaration(qsizetype at)
         return m_size;
     }
     if (rest >= 9 && std::memcmp(m_data + at + 2, "[CDATA[", 7) == 0 && m_stack.back().space != Space::Html) {
-        for (qsizetype j = at + 9; j + 2 < m_size; ++j) {
-            if (m_data[j] == ']' && m_data[j + 1] == ']' && m_data[j + 2] == '>')
-                return j + 3;
-        }
-        return m_size;
+        const qsizetype end = QByteArrayView(m_data, m_size).indexOf("]]>", at + 9);
+        return end == -1 ? m_size : end + 3;
     }
     return skipPast(at + 2, '>');
 }
