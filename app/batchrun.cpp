@@ -163,8 +163,8 @@ void BatchRun::stop(int signalNumber)
     if (!m_stoppedBy)
         m_stoppedBy = signalNumber;
     m_progress.clear();
+    // The rows under way end in fill(), which then quits: none start once stopped.
     std::fprintf(stderr, "tamberline: stopping after the %zu rows under way (once more to stop at once)\n", m_window.size());
-    fill();
 }
 
 void BatchRun::fill()

@@ -29,7 +29,6 @@ void WhitespaceCollapser::text(int index, const QString &data, bool preserve)
     }
     if (sharesUnchanged(index, data))
         return;
-    out.clear();
     const qsizetype size = data.size();
     for (qsizetype i = 0; i < size;) {
         const qsizetype start = i;
@@ -91,13 +90,10 @@ bool WhitespaceCollapser::allWhitespace(int index, const QString &data)
 {
     if (!std::all_of(data.cbegin(), data.cend(), isCollapsible))
         return false;
-    static const QString space(u' ');
-    QString &out = m_rendered[size_t(index)];
-    if (data.isEmpty() || m_edge != Edge::AfterContent) {
-        out.clear();
+    if (data.isEmpty() || m_edge != Edge::AfterContent)
         return true;
-    }
-    out = space;
+    static const QString space(u' ');
+    m_rendered[size_t(index)] = space;
     m_edge = Edge::AfterSpace;
     m_trailingSpaceIn = index;
     return true;

@@ -12,7 +12,7 @@
 class WhitespaceCollapser
 {
 public:
-    // rendered[i] receives the rendered form of text i.
+    // rendered[i], empty until then, receives the rendered form of text i; each text comes once.
     explicit WhitespaceCollapser(std::vector<QString> &rendered);
 
     void text(int index, const QString &data, bool preserve);
