@@ -186,10 +186,7 @@ bool HostWindow::saveFile(const QString &path)
         updateTitle();
         statusBar()->showMessage(tr("Saved %1").arg(QDir::toNativeSeparators(path)));
         return true;
-    } catch (const QueryFileError &error) {
-        Dialogs::messageBox(error.message(), Dialogs::OkOnly | Dialogs::Critical, tr("Save Query"));
-        return false;
-    } catch (const std::exception &error) {
+    } catch (const std::exception &error) { // the query file's own errors among them
         Dialogs::messageBox(QString::fromUtf8(error.what()), Dialogs::OkOnly | Dialogs::Critical, tr("Save Query"));
         return false;
     }

@@ -100,8 +100,9 @@ BatchSettings batchSettingsFrom(const QCommandLineParser &parser, const Options 
         throw RunError(QStringLiteral("--resume goes on with the rows in --output FILE: give it"));
     batch.quiet = parser.isSet(QuietOption);
     batch.fetch.perHost = int(numberOption(parser, PerHostOption, 1, 64));
-    batch.fetch.delayMs = int(numberOption(parser, DelayOption, 0, 3600) * 1000);
-    batch.fetch.timeoutMs = int(numberOption(parser, TimeoutOption, 0.1, 3600) * 1000);
+    constexpr double hour = 3600; // the longest wait either option may ask for, in seconds
+    batch.fetch.delayMs = int(numberOption(parser, DelayOption, 0, hour) * 1000);
+    batch.fetch.timeoutMs = int(numberOption(parser, TimeoutOption, 0.1, hour) * 1000);
     batch.fetch.retries = int(numberOption(parser, RetriesOption, 0, 20));
     batch.fetch.userAgent = parser.value(UserAgentOption).toUtf8();
     batch.fetch.maxBytes = maxPageBytes();

@@ -389,7 +389,7 @@ qsizetype NestingScan::startTag(qsizetype at)
                 push(tag.name, m_stack.back().space);
             return tag.end;
         }
-        while (m_stack.back().space != Space::Html && !isIntegrationPoint(m_stack.back()))
+        while (m_stack.back().space != Space::Html && !isIntegrationPoint(m_stack.back().name, m_stack.back().space))
             pop();
     }
     return htmlStartTag(tag.name, tag.selfClosing, tag.end);
@@ -414,19 +414,19 @@ bool NestingScan::useHtmlRules(int name) const
         return true;
     if (top.space == Space::MathMl && top.name == N_annotationxml)
         return name == N_svg;
-    return isIntegrationPoint(top);
+    return isIntegrationPoint(top.name, top.space);
 }
 
-bool NestingScan::isIntegrationPoint(const Entry &entry) const
+bool NestingScan::isIntegrationPoint(int name, Space space) const
 {
-    switch (entry.space) {
+    switch (space) {
     case Space::Html:
         return false;
     case Space::Svg:
-        return entry.name == N_foreignobject || entry.name == N_desc || entry.name == N_title;
+        return name == N_foreignobject || name == N_desc || name == N_title;
     case Space::MathMl:
-        return entry.name == N_mi || entry.name == N_mo || entry.name == N_mn || entry.name == N_ms
-            || entry.name == N_mtext || entry.name == N_annotationxml;
+        return name == N_mi || name == N_mo || name == N_mn || name == N_ms
+            || name == N_mtext || name == N_annotationxml;
     }
     return false;
 }
@@ -684,7 +684,7 @@ void NestingScan::push(int name, Space space, int depth)
             if (name != N_address && name != N_div && name != N_p)
                 categories |= 1 << SpecialNarrow;
         }
-    } else if (isIntegrationPoint({name, space, 0})) {
+    } else if (isIntegrationPoint(name, space)) {
         categories |= 1 << DefaultScope | 1 << ButtonScope | 1 << ListScope | 1 << SpecialAny | 1 << SpecialNarrow;
     }
     m_stack.push_back({name, space, categories, depth});

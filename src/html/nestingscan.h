@@ -68,7 +68,7 @@ private:
     int topOf(int category) const;
     bool inScope(int name, int category) const;
     int topName() const { return m_stack.back().name; }
-    bool isIntegrationPoint(const Entry &entry) const;
+    bool isIntegrationPoint(int name, Space space) const;
     int tableContext() const;
     bool inSelect() const;
     void generateImpliedEndTags(int except);

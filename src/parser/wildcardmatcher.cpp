@@ -119,7 +119,7 @@ bool Evaluation::enter(qsizetype text, qsizetype pattern, int16_t start, int16_t
         const qsizetype literalStart = pattern + m_star.size();
         const long long literalLength = nearer == 0 ? m_pattern.size() - literalStart : nearer - m_star.size() - 1;
         if (literalLength < 0)
-            throw RuntimeError(ErrorNumber::InvalidCall); // a token overlapping the star: Mid fails
+            throw RuntimeError(ErrorNumber::InvalidCall); // Mid fails; tokens are '_' and digits, which never overlap
         m_frames.append({key, Kind::Star, text, literalStart, qsizetype(literalLength), start});
         m_callText = text;
         m_callPattern = literalStart;
@@ -257,16 +257,6 @@ WildcardMatcher::Prepared WildcardMatcher::prepare(const QString &pattern) const
     prepared.hasTokens = p.contains(prepared.tokens.starToken) || p.contains(prepared.tokens.anyToken);
     prepared.nextStar = Evaluation::nextOccurrences(p, prepared.tokens.starToken);
     prepared.nextAny = Evaluation::nextOccurrences(p, prepared.tokens.anyToken);
-    // A token that starts inside a star fails the star's step; such patterns are marked once.
-    const qsizetype starLength = prepared.tokens.starToken.size();
-    for (qsizetype i = 0; i < p.size(); ++i) {
-        if (prepared.nextStar[i] != i)
-            continue;
-        for (const QList<qsizetype> *next : {&prepared.nextStar, &prepared.nextAny}) {
-            const qsizetype at = next->at(i + 1);
-            prepared.overlappingTokens = prepared.overlappingTokens || (at >= 0 && at < i + starLength);
-        }
-    }
     return prepared;
 }
 

@@ -25,13 +25,12 @@ public:
         bool hasTokens = false;
         QList<qsizetype> nextStar; // per pattern position: where the token next occurs, -1 nowhere
         QList<qsizetype> nextAny;
-        bool overlappingTokens = false;
 
         // Whether matching a text of this length can raise at all: a position past the 16-bit
-        // counter, or tokens that overlap (which makes a step fail).
+        // counter.
         bool mayRaise(qsizetype textLength) const
         {
-            return overlappingTokens || textLength >= INT16_MAX || tokens.pattern.size() >= INT16_MAX;
+            return textLength >= INT16_MAX || tokens.pattern.size() >= INT16_MAX;
         }
     };
     Prepared prepare(const QString &pattern) const;

@@ -26,20 +26,10 @@ WindowPlacement WindowPlacement::clampedTo(double screenWidth, double screenHeig
 {
     WindowPlacement p = *this;
     // Settings written by hand or broken can hold sizes no window could be seen at.
-    p.width = std::max(p.width, std::min(MinimumWidth, screenWidth));
-    p.height = std::max(p.height, std::min(MinimumHeight, screenHeight));
-    if (p.top < 0)
-        p.top = 0;
-    if (p.left < 0)
-        p.left = 0;
-    if (p.width > screenWidth)
-        p.width = screenWidth;
-    if (p.height > screenHeight)
-        p.height = screenHeight;
-    if (p.top + p.height > screenHeight)
-        p.top = screenHeight - p.height;
-    if (p.left + p.width > screenWidth)
-        p.left = screenWidth - p.width;
+    p.width = std::clamp(p.width, std::min(MinimumWidth, screenWidth), screenWidth);
+    p.height = std::clamp(p.height, std::min(MinimumHeight, screenHeight), screenHeight);
+    p.top = std::clamp(p.top, 0.0, screenHeight - p.height);
+    p.left = std::clamp(p.left, 0.0, screenWidth - p.width);
     return p;
 }
 

@@ -14,7 +14,6 @@ class LivePage
 {
 public:
     LivePage()
-        : page(new WebPage(&view))
     {
         view.setPage(page);
         view.resize(1024, 768);
@@ -38,5 +37,5 @@ public:
     }
 
     QWebEngineView view;
-    WebPage *page;
+    WebPage *page = new WebPage(&view);
 };

@@ -9,6 +9,7 @@
 #include <QAction>
 #include <QPointer>
 #include <QPushButton>
+#include <QTimer>
 #include <QTreeWidget>
 #include <QtTest>
 
@@ -53,8 +54,9 @@ void ParserSession::edit(const std::function<void(frmMain *)> &steps, bool waitF
         // A failed step returns early: Exit still ends the session rather than leave it hanging.
         [&] {
             if (waitForTree) {
-                QVERIFY(QTest::qWaitFor([&] { return parser->actionQueue().isEmpty() && parser->isDocumentComplete()
-                                                     && parser->nodeTree().count() > 1; },
+                // The start-up actions done, and their timer at rest rather than ticking on.
+                QVERIFY(QTest::qWaitFor([&] { return parser->actionQueue().isEmpty() && !child<QTimer>(parser, "todoSequencer")->isActive()
+                                                     && parser->isDocumentComplete() && parser->nodeTree().count() > 1; },
                                         20000));
             }
             steps(parser);

@@ -75,9 +75,6 @@ bool ScriptedDialogs::done() const
 
 QString ScriptedDialogs::pending() const
 {
-    return u"unused answers: %1 message, %2 input, %3 modal; unexpected: %4"_s
-        .arg(m_messageAnswers.size())
-        .arg(m_inputAnswers.size())
-        .arg(m_modalActions.size())
-        .arg(m_unexpected.join(u"; "_s));
+    return u"unused answers: %1 message, %2 input, %3 modal; unexpected: %4"_s.arg(m_messageAnswers.size())
+        .arg(m_inputAnswers.size()).arg(m_modalActions.size()).arg(m_unexpected.join(u"; "_s));
 }

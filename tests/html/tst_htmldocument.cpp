@@ -312,7 +312,7 @@ private slots:
             "<form>", "</form>", "<select>", "<option>", "</option>", "<optgroup>", "</optgroup>", "</select>",
             "<div>", "</div>", "<p>", "</p>", "<ul>", "</ul>", "<li>", "</li>", "<dl>", "<dt>", "<dd>", "<h1>", "<h2>", "</h1>",
             "<br>", "</br>", "<img/>", "<div/>", "<button>", "</button>", "<span>", "</span>", "<head>", "<ASIDE>", "</ x>", "</>", "<?>", "text",
-            "<script><div></script>", "<!--a>--p><p>--!>", "<!--->", "<textarea><p></textarea>", "<div id=a title = '>'<p>",
+            "<script><div></script>", "<!--a>--p><p>--!>", "<!--->", "<textarea><p></textarea>", "<div / id=a title = '>'<p>",
             "<p hidden class=\"<p>\"/>", "<span title=a=\">\"<p>\">",
             "<svg>", "</svg>", "<g>", "<g/>", "<foreignObject>", "<desc>", "<math>", "<mi>", "<mo>", "<ms>", "</math>", "<![CDATA[<p>]]>",
             "<ruby>", "<rtc>", "<rt>", "<rp>", "<rb>"};

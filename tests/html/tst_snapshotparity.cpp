@@ -22,9 +22,7 @@ QString describe(const Document::Element &element)
     QStringList children;
     for (const Document::ChildNode &child : element.children)
         children.append(child.isElement() ? QString::number(child.element) : u'"' + child.text + u'"');
-    return u"%1 parent %2 id '%3' [%4] {%5}"_s
-        .arg(element.tagName)
-        .arg(element.parent)
+    return u"%1 parent %2 id '%3' [%4] {%5}"_s.arg(element.tagName).arg(element.parent)
         .arg(element.id, attributes.join(u' '), children.join(u','));
 }
 
@@ -54,12 +52,10 @@ private slots:
         for (int i = 0; i < live->length(); ++i) {
             const Document::Element &a = live->item(i);
             const Document::Element &b = parsed->item(i);
-            QVERIFY2(describe(a) == describe(b), qPrintable(u"element %1\n  browser: %2\n  static:  %3"_s
-                                                                .arg(i)
-                                                                .arg(describe(a), describe(b))));
+            QVERIFY2(describe(a) == describe(b),
+                     qPrintable(u"element %1\n  browser: %2\n  static:  %3"_s.arg(i).arg(describe(a), describe(b))));
             QVERIFY2(live->innerText(i) == parsed->innerText(i),
-                     qPrintable(u"innerText of element %1 (%2)\n  browser: %3\n  static:  %4"_s
-                                    .arg(i)
+                     qPrintable(u"innerText of element %1 (%2)\n  browser: %3\n  static:  %4"_s.arg(i)
                                     .arg(a.tagName, visible(live->innerText(i)), visible(parsed->innerText(i)))));
         }
     }

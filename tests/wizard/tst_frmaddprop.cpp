@@ -1,5 +1,6 @@
 #include "control/controlaccess.h"
 #include "freshquery.h"
+#include "parserdriver.h"
 #include "scripteddialogs.h"
 #include "wizard/attributelist.h"
 #include "wizard/frmaddprop.h"
@@ -13,17 +14,6 @@
 using namespace Qt::StringLiterals;
 
 namespace {
-
-template <typename T>
-T *child(QWidget *window, const char *name)
-{
-    return window->findChild<T *>(QString::fromLatin1(name));
-}
-
-void click(QWidget *window, const char *button)
-{
-    QTest::mouseClick(child<QPushButton>(window, button), Qt::LeftButton);
-}
 
 void type(QWidget *window, const char *box, const QString &text)
 {
@@ -90,7 +80,7 @@ private slots:
         QVERIFY(child<QLineEdit>(&dialog, "txtPropName")->hasFocus());
 
         type(&dialog, "txtPropValue", u"lonely"_s);
-        click(&dialog, "cmdAddProp");
+        clickButton(&dialog, "cmdAddProp");
         QCOMPARE(script.messageBoxes().size(), 1);
         QCOMPARE(script.messageBoxes().first().text, u"Please type in an attribute name"_s);
         QCOMPARE(script.messageBoxes().first().style, 16);
@@ -98,7 +88,7 @@ private slots:
 
         type(&dialog, "txtPropName", u"a"_s);
         type(&dialog, "txtPropValue", u"b=c"_s);
-        click(&dialog, "cmdAddProp");
+        clickButton(&dialog, "cmdAddProp");
         QVERIFY(child<QLineEdit>(&dialog, "txtPropName")->hasFocus());
         QCOMPARE(child<QLineEdit>(&dialog, "txtPropName")->selectedText(), u"a"_s); // the boxes keep their texts
         dialog.SetAttributeLine(-1, u"plain"_s);
@@ -121,7 +111,7 @@ private slots:
         QTest::keyClick(list, Qt::Key_Up);
         QTest::keyClick(list, Qt::Key_Up);
 
-        click(&dialog, "cmdRemoveProp");
+        clickButton(&dialog, "cmdRemoveProp");
         QCOMPARE(dialog.lines(), (QStringList{u"plain"_s, u"x=1"_s}));
         QVERIFY2(script.done(), qPrintable(script.pending()));
     }
@@ -154,11 +144,11 @@ private slots:
             seen = editor->lines();
             type(editor, "txtPropName", u"a"_s);
             type(editor, "txtPropValue", u"9"_s);
-            click(editor, "cmdAddProp");
+            clickButton(editor, "cmdAddProp");
             if (close == u"Escape")
                 QTest::keyClick(child<QLineEdit>(editor, "txtPropValue"), Qt::Key_Escape);
             else
-                click(editor, qPrintable(close));
+                clickButton(editor, qPrintable(close));
         });
         QCOMPARE(control.EditProperties(), close == u"cmdFinish");
         QVERIFY2(script.done(), qPrintable(script.pending()));
