@@ -64,9 +64,9 @@ private slots:
         QCOMPARE(dialog.GetAttributeLine(2), u"a=1"_s);
         QCOMPARE(dialog.GetAttributeLine(-1), QString());
         QCOMPARE(dialog.GetAttributeLine(3), QString());
+        type(&dialog, "txtPropValue", u"v"_s);
         dialog.Reset();
-        QVERIFY(dialog.lines().isEmpty());
-        QVERIFY(!dialog.Confirmed());
+        QVERIFY(dialog.lines().isEmpty() && child<QLineEdit>(&dialog, "txtPropValue")->text().isEmpty());
     }
 
     void buttonsAndClicks()
