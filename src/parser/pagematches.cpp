@@ -170,9 +170,7 @@ void PageMatches::recount()
             summary = m_found.isEmpty() ? QStringLiteral("No match")
                     : m_found.size() == 1 ? QStringLiteral("1 match")
                                           : QStringLiteral("%1 matches").arg(m_found.size());
-        } catch (const RuntimeError &error) {
-            m_found.clear();
-            m_returned.clear();
+        } catch (const RuntimeError &error) { // thrown before either list is filled
             summary = QStringLiteral("Matches not counted: %1").arg(error.description());
         }
     }
