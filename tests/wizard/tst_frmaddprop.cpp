@@ -13,16 +13,12 @@
 
 using namespace Qt::StringLiterals;
 
-namespace {
-
-void type(QWidget *window, const char *box, const QString &text)
+static void type(QWidget *window, const char *box, const QString &text)
 {
     auto *edit = child<QLineEdit>(window, box);
     edit->clear();
     QTest::keyClicks(edit, text);
 }
-
-} // namespace
 
 class tst_FrmAddProp : public QObject
 {
