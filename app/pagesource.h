@@ -1,24 +1,18 @@
 #pragma once
 
 #include "document/document.h"
+#include "usererror.h"
 
 #include <QByteArray>
 #include <QString>
 #include <QUrl>
 
-#include <stdexcept>
-
 // Where the runner gets its pages: files, FIFOs, standard input, file: and http(s): addresses.
 
 // A page that cannot be had or read; the run reports it as "page-error".
-class PageError : public std::runtime_error
+class PageError : public UserError
 {
-public:
-    explicit PageError(const QString &message) : std::runtime_error(message.toStdString()), m_message(message) {}
-    QString message() const { return m_message; }
-
-private:
-    QString m_message;
+    using UserError::UserError;
 };
 
 // The most bytes of a page that are read: what the static reader accepts, for both engines.

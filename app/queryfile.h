@@ -1,10 +1,11 @@
 #pragma once
 
+#include "usererror.h"
+
 #include <QString>
 #include <QStringList>
 
 #include <cstdint>
-#include <stdexcept>
 
 class Tamberline;
 
@@ -41,13 +42,7 @@ struct QueryFile {
     bool operator==(const QueryFile &) const = default;
 };
 
-class QueryFileError : public std::runtime_error
+class QueryFileError : public UserError
 {
-public:
-    explicit QueryFileError(const QString &message)
-        : std::runtime_error(message.toStdString()), m_message(message) {}
-    QString message() const { return m_message; }
-
-private:
-    QString m_message;
+    using UserError::UserError;
 };

@@ -2,6 +2,7 @@
 
 #include "document/document.h"
 #include "queryfile.h"
+#include "usererror.h"
 
 #include <QHash>
 #include <QJsonObject>
@@ -9,7 +10,6 @@
 #include <QStringList>
 
 #include <optional>
-#include <stdexcept>
 
 class WildcardMatcher;
 
@@ -69,12 +69,7 @@ struct RunResult {
 RunResult EvaluateQuery(const Document &document, const RunnableQuery &query, const WildcardMatcher &matcher);
 
 // A query that cannot run at all (a marker without value, an unreadable file).
-class RunError : public std::runtime_error
+class RunError : public UserError
 {
-public:
-    explicit RunError(const QString &message) : std::runtime_error(message.toStdString()), m_message(message) {}
-    QString message() const { return m_message; }
-
-private:
-    QString m_message;
+    using UserError::UserError;
 };

@@ -136,6 +136,30 @@ private slots:
         QVERIFY2(script.done(), qPrintable(script.pending()));
     }
 
+    // Each value names a new marker, so the text neither grows nor repeats: only the number of
+    // passes ends the chain.
+    void chainOfNewMarkers_data()
+    {
+        addColumns<int, QString>("length", "expected");
+        QTest::newRow("4,096 passes end") << 4095 << u"end"_s;
+        QTest::newRow("one more is endless") << 4096 << u"%v0%"_s;
+    }
+
+    void chainOfNewMarkers()
+    {
+        const auto [length, expected] = fetchRow<int, QString>("length", "expected");
+        setValueSource([length](const QString &name) {
+            const int k = name.mid(1).toInt();
+            return std::optional(k < length ? u"%v"_s + QString::number(k + 1) + u'%' : u"end"_s);
+        });
+        ScriptedDialogs script;
+        if (expected != u"end")
+            script.answerMessageBox(Dialogs::OK);
+        QCOMPARE(Substitute(u"%v0%"_s), expected);
+        setValueSource({});
+        QVERIFY2(script.done(), qPrintable(script.pending()));
+    }
+
     // The offered value comes up selected in the focused box, so typing replaces it.
     void dialogAnswers_data()
     {
