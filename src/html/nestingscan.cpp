@@ -233,7 +233,7 @@ void NestingScan::scan()
         const char next = m_data[i + 1];
         if (isAsciiAlpha(next))
             i = startTag(i);
-        else if (next == '/' && i + 2 < m_size && isAsciiAlpha(m_data[i + 2]))
+        else if (next == '/' && isAsciiAlpha(byteAt(i + 2)))
             i = endTag(i);
         else if (next == '/')
             i = skipPast(i + 2, '>');
@@ -269,17 +269,15 @@ NestingScan::Tag NestingScan::readTag(qsizetype j)
         m_name.append(asciiLower(m_data[j++]));
     tag.name = nameId();
     while (j < m_size) {
-        while (j < m_size && isSpace(m_data[j]))
+        while (isSpace(byteAt(j)))
             ++j;
-        if (j >= m_size)
-            break;
-        const char c = m_data[j];
+        const char c = byteAt(j);
         if (c == '>') {
             tag.end = j + 1;
             return tag;
         }
         if (c == '/') {
-            if (j + 1 < m_size && m_data[j + 1] == '>') {
+            if (byteAt(j + 1) == '>') {
                 tag.selfClosing = true;
                 tag.end = j + 2;
                 return tag;
@@ -291,13 +289,13 @@ NestingScan::Tag NestingScan::readTag(qsizetype j)
         ++j;
         while (j < m_size && !isSpace(m_data[j]) && m_data[j] != '/' && m_data[j] != '>' && m_data[j] != '=')
             ++j;
-        while (j < m_size && isSpace(m_data[j]))
+        while (isSpace(byteAt(j)))
             ++j;
-        if (j < m_size && m_data[j] == '=') {
+        if (byteAt(j) == '=') {
             ++j;
-            while (j < m_size && isSpace(m_data[j]))
+            while (isSpace(byteAt(j)))
                 ++j;
-            if (j < m_size && (m_data[j] == '"' || m_data[j] == '\'')) {
+            if (byteAt(j) == '"' || byteAt(j) == '\'') {
                 const void *quote = std::memchr(m_data + j + 1, m_data[j], size_t(m_size - j - 1));
                 j = quote ? static_cast<const char *>(quote) - m_data + 1 : m_size;
             } else {
@@ -319,29 +317,28 @@ qsizetype NestingScan::skipPast(qsizetype from, char c) const
 
 qsizetype NestingScan::markupDeclaration(qsizetype at)
 {
-    const qsizetype rest = m_size - at;
-    if (rest >= 4 && m_data[at + 2] == '-' && m_data[at + 3] == '-') {
+    if (byteAt(at + 2) == '-' && byteAt(at + 3) == '-') {
         qsizetype j = at + 4;
-        if (j < m_size && m_data[j] == '>')
+        if (byteAt(j) == '>')
             return j + 1;
-        if (j + 1 < m_size && m_data[j] == '-' && m_data[j + 1] == '>')
+        if (byteAt(j) == '-' && byteAt(j + 1) == '>')
             return j + 2;
         while (j + 1 < m_size) {
             const void *dash = std::memchr(m_data + j, '-', size_t(m_size - j));
             if (!dash)
                 return m_size;
             j = static_cast<const char *>(dash) - m_data;
-            if (j + 2 < m_size && m_data[j + 1] == '-') {
-                if (m_data[j + 2] == '>')
+            if (byteAt(j + 1) == '-') {
+                if (byteAt(j + 2) == '>')
                     return j + 3;
-                if (m_data[j + 2] == '!' && j + 3 < m_size && m_data[j + 3] == '>')
+                if (byteAt(j + 2) == '!' && byteAt(j + 3) == '>')
                     return j + 4;
             }
             ++j;
         }
         return m_size;
     }
-    if (rest >= 9 && std::memcmp(m_data + at + 2, "[CDATA[", 7) == 0 && m_stack.back().space != Space::Html) {
+    if (m_size - at >= 9 && std::memcmp(m_data + at + 2, "[CDATA[", 7) == 0 && m_stack.back().space != Space::Html) {
         const qsizetype end = QByteArrayView(m_data, m_size).indexOf("]]>", at + 9);
         return end == -1 ? m_size : end + 3;
     }

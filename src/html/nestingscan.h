@@ -49,6 +49,8 @@ private:
     int nameId();
     qsizetype findEndTag(qsizetype from, int name) const;
     qsizetype skipPast(qsizetype from, char c) const;
+    // The byte at j, or 0 past the end: a test for a given byte needs no bounds of its own.
+    char byteAt(qsizetype j) const { return j < m_size ? m_data[j] : '\0'; }
 
     bool useHtmlRules(int name) const;
     qsizetype htmlStartTag(int name, bool selfClosing, qsizetype tagEnd);
