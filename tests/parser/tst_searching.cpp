@@ -134,8 +134,7 @@ private slots:
             chooseFromMenu(parser, "mnu_NodeOperAddText");
             QCOMPARE(search->text(), u"Apples"_s);
         });
-        QCOMPARE(session.script.messageBoxes().size(), 1);
-        QCOMPARE(session.script.messageBoxes().first().title, u"Caution"_s);
+        QCOMPARE(session.script.messageBoxes().value(0).title, u"Caution"_s);
         QCOMPARE(session.script.messageBoxes().first().style, 49);
     }
 };

@@ -2,6 +2,7 @@
 #include "parser/treewalks.h"
 #include "parserdriver.h"
 #include "platform/settingsstore.h"
+#include "datatable.h"
 
 #include <QKeyEvent>
 #include <QTreeWidget>
@@ -73,39 +74,35 @@ private slots:
         }
     }
 
-    void expandAllStopsAtEscape()
+    // The tree is hidden while the walk runs. Escape stops it; a second click starts no second
+    // walk.
+    void expandAllWhileRunning_data()
     {
-        frmMain parser;
-        QTreeWidget *view = chainIn(parser, 100);
-        int opened = 0;
-        bool hiddenMeanwhile = false;
-        connect(view, &QTreeWidget::itemExpanded, this, [&] {
-            hiddenMeanwhile = view->isHidden();
-            if (++opened == 10) // the user presses Escape; the walk sees it at its next yield
-                QCoreApplication::postEvent(view, new QKeyEvent(QEvent::KeyPress, Qt::Key_Escape, Qt::NoModifier));
-        });
-        parser.cmdExpandAll_Click();
-        QCOMPARE(opened, 10);
-        QVERIFY(hiddenMeanwhile);
-        QVERIFY(!view->isHidden()); // switched on again
+        addColumns<bool, int>("escape", "opened");
+        QTest::newRow("Escape stops the walk") << true << 10;
+        QTest::newRow("a second click is ignored") << false << 50;
     }
 
-    void secondClickWhileExpanding()
+    void expandAllWhileRunning()
     {
+        const auto [escape, expectedOpened] = fetchRow<bool, int>("escape", "opened");
         frmMain parser;
         QTreeWidget *view = chainIn(parser, 50);
         int opened = 0;
-        bool hiddenAfterSecondClick = false;
+        bool hiddenMeanwhile = false;
         connect(view, &QTreeWidget::itemExpanded, this, [&] {
-            if (++opened == 5) {
-                parser.cmdExpandAll_Click(); // returns at once: its walk is already running
-                hiddenAfterSecondClick = view->isHidden();
-            }
+            if (++opened != 10)
+                return;
+            if (escape) // the walk sees the key at its next yield
+                QCoreApplication::postEvent(view, new QKeyEvent(QEvent::KeyPress, Qt::Key_Escape, Qt::NoModifier));
+            else
+                parser.cmdExpandAll_Click(); // returns at once
+            hiddenMeanwhile = view->isHidden();
         });
         parser.cmdExpandAll_Click();
-        QCOMPARE(opened, 50); // one walk over every node
-        QVERIFY(hiddenAfterSecondClick);
-        QVERIFY(!view->isHidden());
+        QCOMPARE(opened, expectedOpened);
+        QVERIFY(hiddenMeanwhile);
+        QVERIFY(!view->isHidden()); // switched on again
     }
 
     void collapseAll()

@@ -29,7 +29,6 @@ private slots:
         QTest::newRow("3 Yes/No/Cancel") << 3 << int(B::Yes | B::No | B::Cancel) << int(B::NoIcon) << int(B::Yes) << 6;
         QTest::newRow("20 Yes/No critical") << 20 << int(B::Yes | B::No) << int(B::Critical) << int(B::No) << 7;
         QTest::newRow("49 OK/Cancel warning") << 49 << int(B::Ok | B::Cancel) << int(B::Warning) << int(B::Cancel) << 2;
-        QTest::newRow("16 OK critical") << 16 << int(B::Ok) << int(B::Critical) << int(B::Ok) << 1;
     }
 
     void messageBoxes()
