@@ -47,13 +47,11 @@ public:
         while (m_at < m_bytes.size() && !(m_leftHead && m_at >= AlwaysScanned)) {
             if (startsWithAt(m_bytes, m_at, "<!--")) {
                 skipComment();
-            } else if (startsWithAt(m_bytes, m_at, "<meta") && m_at + 5 < m_bytes.size()
-                       && (isSpace(m_bytes[m_at + 5]) || m_bytes[m_at + 5] == '/')) {
+            } else if (startsWithAt(m_bytes, m_at, "<meta") && (isSpace(byteAt(m_at + 5)) || byteAt(m_at + 5) == '/')) {
                 m_at += 6;
                 if (QByteArray found = meta(); !found.isEmpty())
                     return found;
-            } else if (m_bytes[m_at] == '<' && m_at + 1 < m_bytes.size()
-                       && (isLetter(m_bytes[m_at + 1]) || (m_bytes[m_at + 1] == '/' && m_at + 2 < m_bytes.size() && isLetter(m_bytes[m_at + 2])))) {
+            } else if (m_bytes[m_at] == '<' && (isLetter(byteAt(m_at + 1)) || (byteAt(m_at + 1) == '/' && isLetter(byteAt(m_at + 2))))) {
                 tag();
             } else if (startsWithAt(m_bytes, m_at, "<!") || startsWithAt(m_bytes, m_at, "</") || startsWithAt(m_bytes, m_at, "<?")) {
                 skipPast('>');
@@ -66,6 +64,8 @@ public:
 
 private:
     bool atEnd() const { return m_at >= m_bytes.size(); }
+    // The byte at, or 0 past the end: a test for a given byte needs no bounds of its own.
+    char byteAt(qsizetype at) const { return at < m_bytes.size() ? m_bytes[at] : '\0'; }
 
     void skipComment()
     {
@@ -129,7 +129,7 @@ private:
     // Reads one attribute of a tag; nothing at the tag's end or at the end of the bytes.
     std::optional<Attribute> attribute()
     {
-        while (!atEnd() && (isSpace(m_bytes[m_at]) || m_bytes[m_at] == '/'))
+        while (isSpace(byteAt(m_at)) || byteAt(m_at) == '/')
             ++m_at;
         if (atEnd() || m_bytes[m_at] == '>')
             return std::nullopt;
@@ -148,9 +148,9 @@ private:
                 return attribute;
             attribute.name += lower(c);
         }
-        while (!atEnd() && isSpace(m_bytes[m_at]))
+        while (isSpace(byteAt(m_at)))
             ++m_at;
-        if (atEnd() || m_bytes[m_at] != '=')
+        if (byteAt(m_at) != '=')
             return attribute;
         ++m_at;
         return value(std::move(attribute));
@@ -158,7 +158,7 @@ private:
 
     std::optional<Attribute> value(Attribute attribute)
     {
-        while (!atEnd() && isSpace(m_bytes[m_at]))
+        while (isSpace(byteAt(m_at)))
             ++m_at;
         if (atEnd())
             return std::nullopt;
