@@ -302,7 +302,7 @@ void RenderedText::findLastCellsAndRows()
         if (display == Display::TableCell) {
             // Cells side by side are a row, the parent's box or an anonymous one around them.
         } else if (display == Display::TableRow) {
-            if (m_style[size_t(owner)].display == Display::TableGroup && m_tree.nodes[size_t(owner)].parent >= 0)
+            if (m_style[size_t(owner)].display == Display::TableGroup) // never the root: it has a parent
                 owner = m_tree.nodes[size_t(owner)].parent;
             if (!m_tree.isHtml(owner, u"table"_s))
                 continue;
