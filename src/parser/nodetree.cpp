@@ -7,7 +7,6 @@
 namespace {
 constexpr int KeyRole = Qt::UserRole;
 constexpr int OrderRole = Qt::UserRole + 1;
-constexpr int ColourRole = Qt::UserRole + 2;
 constexpr int KeyNotUnique = 35602;
 
 // Key and order kept as members: a tree of tens of thousands of nodes is built in one go, and
@@ -83,18 +82,18 @@ QString NodeTree::keyOf(const QTreeWidgetItem *item)
     return item ? item->data(0, KeyRole).toString() : QString();
 }
 
+// The colour shown is the only record of it, so what is read back is what the user sees.
 int NodeTree::colourOf(const QTreeWidgetItem *item)
 {
-    return item->data(0, ColourRole).toInt();
+    const QVariant shown = item->data(0, Qt::ForegroundRole);
+    const QColor colour = shown.value<QBrush>().color();
+    return shown.isValid() ? colour.red() | colour.green() << 8 | colour.blue() << 16 : 0;
 }
 
 void NodeTree::setColour(QTreeWidgetItem *item, int colour)
 {
-    item->setData(0, ColourRole, colour);
-    if (colour == 0)
-        item->setData(0, Qt::ForegroundRole, QVariant());
-    else
-        item->setForeground(0, QColor(colour & 0xFF, (colour >> 8) & 0xFF, (colour >> 16) & 0xFF));
+    const QColor shown(colour & 0xFF, (colour >> 8) & 0xFF, (colour >> 16) & 0xFF);
+    item->setData(0, Qt::ForegroundRole, colour == 0 ? QVariant() : QVariant(QBrush(shown)));
 }
 
 QList<QTreeWidgetItem *> NodeTree::nodesInOrder() const

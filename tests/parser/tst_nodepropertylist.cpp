@@ -147,12 +147,13 @@ private slots:
         m_control->setElemAttribs(-1, u"other=1"_s);
         NodePropertyList properties(m_list.get());
         properties.setControl(m_control.get());
-        properties.ShowNodeProperties(&m_page, 2);
+        properties.ShowNodeProperties(&m_page, -1); // no element: the filters alone, the first at the top
 
         // Unticking a filter-only row removes the row and its entry.
         toggle(properties, rowNamed(*m_list, u"ID"_s, NodePropertyList::Red));
         QVERIFY(!rowNamed(*m_list, u"ID"_s, NodePropertyList::Red));
         QCOMPARE(storedAttribs(*m_control), QStringList{u"other=1"_s});
+        properties.ShowNodeProperties(&m_page, 2);
 
         // Ticking appends; unticking a plain or blue row removes the entry only.
         QTreeWidgetItem *tag = rowNamed(*m_list, u"tagName"_s, NodePropertyList::Blue);
