@@ -236,8 +236,8 @@ private slots:
         QTest::newRow("hidden subtrees after it, each once")
             << QByteArray("<title>T</title><style>s</style><p>x<span hidden>h<b>i</b></span>") << u"xTshi"_s;
         QTest::newRow("hidden SVG has no innerText to keep") << QByteArray("<svg><style>s</style></svg>x") << u"x"_s;
-        QTest::newRow("an optgroup's own text after it")
-            << QByteArray("<select multiple><optgroup>ab<option>1</optgroup></select>") << u"1ab\n1"_s;
+        QTest::newRow("each optgroup's own text after it")
+            << QByteArray("<select multiple><optgroup>ab<option>1</optgroup><optgroup>cd<option>2</select>") << u"1\n2ab\n1cd\n2"_s;
     }
 
     void textIsWrittenOnce()
