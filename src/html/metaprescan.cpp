@@ -90,7 +90,9 @@ private:
     void tag()
     {
         const bool end = m_bytes[m_at + 1] == '/';
-        qsizetype at = m_at + (end ? 2 : 1);
+        // An end tag's name plays no part: its '/' ends the name at once, and the name is read
+        // as one more attribute.
+        qsizetype at = m_at + 1;
         QByteArray name;
         while (at < m_bytes.size() && !isSpace(m_bytes[at]) && m_bytes[at] != '>' && m_bytes[at] != '/')
             name += lower(m_bytes[at++]);
