@@ -17,6 +17,8 @@ for command in "" run check; do
     [ "$(bare $command --version)" = "tamberline $version" ] || fail "tamberline $command --version is not tamberline $version"
 done
 
+# Each description starts two spaces after the widest name of its list.
+printf '%s' "$helped" | grep -qx "  QUERY.json  The query file, as the window saves it." || fail "tamberline run --help: the arguments are not laid out in two columns"
 printf '%s' "$helped" | grep -q "^Exit status: 0 when every page gave a result" || fail "tamberline run --help does not end with its exit statuses"
 
 listed=$(printf '%s' "$helped" | grep -oE '^  (-[a-z], )?--[a-z-]+' | grep -oE -- '--[a-z-]+' | sort -u)
