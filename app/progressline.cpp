@@ -8,8 +8,6 @@ namespace {
 
 QString duration(qint64 seconds)
 {
-    if (seconds >= 3600)
-        return QStringLiteral("%1h%2m").arg(seconds / 3600).arg(seconds / 60 % 60, 2, 10, QLatin1Char('0'));
     if (seconds >= 60)
         return QStringLiteral("%1m%2s").arg(seconds / 60).arg(seconds % 60, 2, 10, QLatin1Char('0'));
     return QStringLiteral("%1s").arg(seconds);

@@ -47,19 +47,6 @@ void InnerTextWriter::addText(QStringView text)
     afterText();
 }
 
-void InnerTextWriter::addCopy(Document::TextRange range)
-{
-    if (range.length == 0)
-        return;
-    beforeText();
-    // Room first, so that the view of the output stays valid while it is appended; doubled,
-    // so that many copies do not reallocate each time.
-    if (m_out.capacity() < m_out.size() + range.length)
-        m_out.reserve(std::max(2 * m_out.capacity(), m_out.size() + range.length));
-    m_out.append(QStringView(m_out).sliced(range.start, range.length));
-    afterText();
-}
-
 void InnerTextWriter::open(int element)
 {
     m_open.push_back({element, -1});

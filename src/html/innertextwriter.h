@@ -20,8 +20,6 @@ public:
     void startSubtree();
     void addLineBreaks(int count);
     void addText(QStringView text);
-    // Text already in the output, written again.
-    void addCopy(Document::TextRange range);
     void open(int element);
     // Sets the range of the element opened last.
     void close();

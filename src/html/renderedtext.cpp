@@ -41,7 +41,6 @@ RenderedText::RenderedText(const PageTree &tree, const std::vector<CssStyle> &st
     , m_textRendered(tree.texts.size(), false)
     , m_collapser(m_renderedTexts)
     , m_innerTexts(m_count)
-    , m_optionWritten(m_count, false)
     , m_writer(m_text, m_innerTexts)
 {
     for (size_t i = 0; i < m_count; ++i)
@@ -466,7 +465,10 @@ void RenderedText::addSelect(int select)
             addOption(child);
             m_writer.addLineBreaks(1);
         } else if (m_tree.isHtml(child, u"optgroup"_s)) {
-            m_writer.addLineBreaks(1);
+            // Laid out in a list box, it shows its options and none of the text around them.
+            const bool rendered = m_rendering[size_t(child)] == Rendering::Rendered;
+            if (rendered)
+                m_writer.open(child);
             for (const int option : m_tree.nodes[size_t(child)].children) {
                 if (!PageTree::isText(option) && m_tree.isHtml(option, u"option"_s)) {
                     m_writer.addLineBreaks(1);
@@ -474,29 +476,20 @@ void RenderedText::addSelect(int select)
                     m_writer.addLineBreaks(1);
                 }
             }
-            m_writer.addLineBreaks(1);
-            // Laid out in a list box, it has an innerText of its own, text around its options too.
-            if (m_rendering[size_t(child)] == Rendering::Rendered)
-                m_ownSubtrees.push_back(child);
+            if (rendered)
+                m_writer.close();
         }
     }
 }
 
 void RenderedText::addOption(int option)
 {
-    // An option of an optgroup in a list box is written again in the optgroup's own text.
-    if (m_optionWritten[size_t(option)]) {
-        m_writer.addCopy(m_innerTexts[size_t(option)]);
-        return;
-    }
     const bool rendered = m_rendering[size_t(option)] == Rendering::Rendered;
     if (rendered)
         m_writer.open(option);
     m_writer.addText(optionText(option));
-    if (rendered) {
+    if (rendered)
         m_writer.close();
-        m_optionWritten[size_t(option)] = true;
-    }
 }
 
 // The children of an option are hidden: their text content is in m_hiddenText.

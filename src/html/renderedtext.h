@@ -85,7 +85,6 @@ private:
     QString m_text;
     QString m_hiddenText; // ranges of hidden elements point here until it joins m_text
     std::vector<Document::TextRange> m_innerTexts;
-    std::vector<bool> m_optionWritten;
     std::vector<int> m_ownSubtrees; // rendered elements whose text is not part of their parent's
     InnerTextWriter m_writer;
 };

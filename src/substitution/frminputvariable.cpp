@@ -1,7 +1,6 @@
 #include "frminputvariable.h"
 
 #include "platform/dialogs.h"
-#include "platform/selectonfocus.h"
 #include "ui_frminputvariable.h"
 
 #include <QEvent>
@@ -11,7 +10,6 @@ frmInputVariable::frmInputVariable(QWidget *parent)
     , ui(std::make_unique<Ui::frmInputVariable>())
 {
     ui->setupUi(this);
-    selectAllOnFocus(ui->txtValue);
     connect(ui->cmdFinish, &QPushButton::clicked, this, [this] {
         m_accepted = true;
         hide();

@@ -165,55 +165,13 @@ private slots:
         QCOMPARE(actual, sizes);
     }
 
+    // The rest is compared with the browser on a page of its own; SVG elements' innerText is not.
     void innerText_data()
     {
         addColumns<QByteArray, QString, QString>("html", "tag", "text");
-        QTest::newRow("spaces collapse across inline elements")
-            << QByteArray("<div>\n  one  <span> two </span>\tthree \n</div>") << u"DIV"_s << u"one two three"_s;
-        QTest::newRow("a span gives its collapsed text") << QByteArray("<p>a <span> b</span></p>") << u"SPAN"_s << u"b"_s;
-        QTest::newRow("div gives one line break") << QByteArray("<body>a<div>b</div>c") << u"BODY"_s << u"a\nb\nc"_s;
-        QTest::newRow("p gives two line breaks") << QByteArray("a<p>b</p>  <p>c</p>d") << u"BODY"_s << u"a\n\nb\n\nc\n\nd"_s;
-        QTest::newRow("nested blocks collapse their breaks")
-            << QByteArray("<div><div><p>a</p></div></div><div><div>b</div></div>") << u"BODY"_s << u"a\n\nb"_s;
-        QTest::newRow("breaks at the ends dropped") << QByteArray("<div><p>x</p></div>") << u"DIV"_s << u"x"_s;
-        QTest::newRow("a line break beside a zero width space goes") << QByteArray("<p>a\xE2\x80\x8B\nb c\n\xE2\x80\x8B" "d</p>")
-                                                                     << u"P"_s << u"a\u200bb c\u200bd"_s;
-        QTest::newRow("headings and list items") << QByteArray("<h1>T</h1><ul><li>a</li> <li>b</li></ul>") << u"BODY"_s << u"T\na\nb"_s;
-        QTest::newRow("br gives a newline, spaces around it go") << QByteArray("<div>x <br> y<br></div>") << u"DIV"_s << u"x\ny\n"_s;
-        QTest::newRow("table cells tab, rows newline")
-            << QByteArray("<table><tr><td> 1 </td><td>2</td></tr><tr><td>3<td>4</table>") << u"TABLE"_s << u"1\t2\n3\t4"_s;
-        QTest::newRow("rows across row groups")
-            << QByteArray("<table><thead><tr><th>H</th></tr></thead><tbody><tr><td>1</td></tr></tbody></table>x") << u"BODY"_s << u"H\n1\nx"_s;
-        QTest::newRow("pre keeps white space") << QByteArray("<pre>  a\n\tb  </pre>") << u"PRE"_s << u"  a\n\tb  "_s;
-        QTest::newRow("hidden elements left out") << QByteArray("<div>a<span hidden>h</span>b</div>") << u"DIV"_s << u"ab"_s;
-        QTest::newRow("a hidden element gives its text content") << QByteArray("<div hidden> a  <b>b</b></div>") << u"DIV"_s << u" a  b"_s;
-        QTest::newRow("script and style left out")
-            << QByteArray("<div>a<script>var s;</script><style>p{}</style>b</div>") << u"DIV"_s << u"ab"_s;
-        QTest::newRow("head gives its text content") << QByteArray("<title>T</title><style>p{}</style><p>x") << u"HEAD"_s << u"Tp{}"_s;
-        QTest::newRow("html leaves the head out") << QByteArray("<title>T</title><p>x") << u"HTML"_s << u"x"_s;
-        QTest::newRow("noscript left out") << QByteArray("<div>a<noscript>n</noscript>b</div>") << u"DIV"_s << u"ab"_s;
-        QTest::newRow("select lists its options") << QByteArray("x<select><option> A  1<option>B</select>y") << u"BODY"_s << u"x\nA 1\nB\ny"_s;
-        QTest::newRow("closed details shows its summary")
-            << QByteArray("<details><summary>S</summary>body<p>more</p></details>") << u"BODY"_s << u"S"_s;
-        QTest::newRow("open details shows all") << QByteArray("<details open><summary>S</summary>body</details>") << u"BODY"_s << u"S\nbody"_s;
-        QTest::newRow("control values left out") << QByteArray("a<textarea>t</textarea><input value=v>b") << u"BODY"_s << u"ab"_s;
-        QTest::newRow("spaces around an image both stay") << QByteArray("<p>a <img src=x> b</p>") << u"P"_s << u"a  b"_s;
-        QTest::newRow("button text inline") << QByteArray("a<button> b </button>c") << u"BODY"_s << u"abc"_s;
         QTest::newRow("svg elements have none") << QByteArray("<svg><text>s</text></svg>") << u"text"_s << QString();
-        QTest::newRow("in a hidden element, its text content") << QByteArray("<div hidden>a<p> b <i>c</i></p></div>") << u"P"_s << u" b c"_s;
         QTest::newRow("text loose in svg left out") << QByteArray("<div>a<svg><g>loose</g></svg>b</div>") << u"DIV"_s << u"ab"_s;
-        QTest::newRow("a script in an option") << QByteArray("<option>x<script>s</script></option>") << u"SCRIPT"_s << u"s"_s;
         QTest::newRow("an option reads SVG in it") << QByteArray("<option>a<svg><text>b</text></svg></option>") << u"OPTION"_s << u"ab"_s;
-        QTest::newRow("an option of a list box, collapsed") << QByteArray("<select size=2><option> a \n b </select>")
-                                                            << u"OPTION"_s << u"a b"_s;
-        QTest::newRow("an option of a drop-down, as it is") << QByteArray("<select size=1><option> a \n b </select>")
-                                                            << u"OPTION"_s << u" a \n b "_s;
-        QTest::newRow("an optgroup of a list box, text around its options")
-            << QByteArray("<select multiple><optgroup label=g>ab<option>1</option>cd</optgroup><option>2</select>")
-            << u"OPTGROUP"_s << u"ab\n1\ncd"_s;
-        QTest::newRow("the list box leaves that text and scripts out") << QByteArray(
-            "<select multiple><optgroup label=g>ab<option>1</option><script>s</script>cd</optgroup><option>2</select>")
-            << u"SELECT"_s << u"1\n2"_s;
     }
 
     void innerText()
@@ -236,8 +194,6 @@ private slots:
         QTest::newRow("hidden subtrees after it, each once")
             << QByteArray("<title>T</title><style>s</style><p>x<span hidden>h<b>i</b></span>") << u"xTshi"_s;
         QTest::newRow("hidden SVG has no innerText to keep") << QByteArray("<svg><style>s</style></svg>x") << u"x"_s;
-        QTest::newRow("each optgroup's own text after it")
-            << QByteArray("<select multiple><optgroup>ab<option>1</optgroup><optgroup>cd<option>2</select>") << u"1\n2ab\n1cd\n2"_s;
     }
 
     void textIsWrittenOnce()

@@ -154,6 +154,30 @@ private slots:
         setValueSource({});
     }
 
+    // A text may grow to 65,536 characters, or to twice its size when longer; beyond, the value
+    // is taken to feed itself.
+    void growthLimit_data()
+    {
+        addColumns<int, int, bool>("textLength", "valueLength", "substituted");
+        QTest::newRow("short text to 65,536") << 3 << 65536 << true;
+        QTest::newRow("short text past 65,536") << 3 << 65537 << false;
+        QTest::newRow("long text to twice its size") << 40000 << 40003 << true;
+        QTest::newRow("long text past twice its size") << 40000 << 40004 << false;
+    }
+
+    void growthLimit()
+    {
+        const auto [textLength, valueLength, substituted] = fetchRow<int, int, bool>("textLength", "valueLength", "substituted");
+        setValueSource([valueLength](const QString &) { return std::optional(QString(valueLength, u'v')); });
+        ScriptedDialogs script;
+        if (!substituted)
+            script.answerMessageBox(Dialogs::OK);
+        const QString text = u"%a%"_s + QString(textLength - 3, u't');
+        QCOMPARE(Substitute(text).size(), substituted ? textLength - 3 + valueLength : textLength);
+        QVERIFY2(script.done(), qPrintable(script.pending()));
+        setValueSource({});
+    }
+
     // The offered value comes up selected in the focused box, so typing replaces it.
     void dialogAnswers_data()
     {
