@@ -6,6 +6,7 @@
 #include "wizard/wizardsummary.h"
 #include "datatable.h"
 
+#include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QPlainTextEdit>
@@ -55,6 +56,8 @@ void open(frmWizard &wizard, const QString &url)
     wizard.txtURL()->setText(url);
     wizard.show();
     QVERIFY(QTest::qWaitForWindowActive(&wizard));
+    for (const QLabel *picture : wizard.findChildren<QLabel *>(QRegularExpression(u"^pics_"_s)))
+        QVERIFY(!picture->pixmap().isNull());
 }
 
 } // namespace
