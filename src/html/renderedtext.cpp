@@ -457,24 +457,24 @@ void RenderedText::addAfter(int child)
 // A select lists its options whatever its children would give.
 void RenderedText::addSelect(int select)
 {
+    const auto addListed = [this](int option) {
+        m_writer.addLineBreaks(1);
+        addOption(option);
+        m_writer.addLineBreaks(1);
+    };
     for (const int child : m_tree.nodes[size_t(select)].children) {
         if (PageTree::isText(child))
             continue;
         if (m_tree.isHtml(child, u"option"_s)) {
-            m_writer.addLineBreaks(1);
-            addOption(child);
-            m_writer.addLineBreaks(1);
+            addListed(child);
         } else if (m_tree.isHtml(child, u"optgroup"_s)) {
             // Laid out in a list box, it shows its options and none of the text around them.
             const bool rendered = m_rendering[size_t(child)] == Rendering::Rendered;
             if (rendered)
                 m_writer.open(child);
             for (const int option : m_tree.nodes[size_t(child)].children) {
-                if (!PageTree::isText(option) && m_tree.isHtml(option, u"option"_s)) {
-                    m_writer.addLineBreaks(1);
-                    addOption(option);
-                    m_writer.addLineBreaks(1);
-                }
+                if (!PageTree::isText(option) && m_tree.isHtml(option, u"option"_s))
+                    addListed(option);
             }
             if (rendered)
                 m_writer.close();
