@@ -85,15 +85,14 @@ QByteArrayView validUtf8(const QByteArray &html, QByteArrayView transportCharset
 {
     const PageEncoding::Choice encoding = PageEncoding::sniff(html, transportCharset);
     QByteArrayView input(html);
-    if (encoding.name != "UTF-8") {
-        storage = PageEncoding::toUtf8(html, encoding.name);
-        return storage;
+    if (encoding.name == "UTF-8") {
+        if (input.startsWith("\xEF\xBB\xBF"))
+            input = input.sliced(3);
+        if (input.isValidUtf8())
+            return input;
     }
-    if (input.startsWith("\xEF\xBB\xBF"))
-        input = input.sliced(3);
-    if (input.isValidUtf8())
-        return input;
-    storage = QString::fromUtf8(input).toUtf8();
+    // The UTF-16 decoders drop their byte order marks themselves.
+    storage = PageEncoding::toUtf8(input, encoding.name);
     return storage;
 }
 

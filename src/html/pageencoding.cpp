@@ -166,9 +166,6 @@ Choice sniff(QByteArrayView bytes, QByteArrayView transportCharset)
 
 QByteArray toUtf8(QByteArrayView bytes, const QByteArray &encoding)
 {
-    // A byte order mark needs no cutting: the parser drops UTF-8's, and the UTF-16 decoders theirs.
-    if (encoding == "UTF-8")
-        return bytes.toByteArray();
     if (encoding == "windows-1252")
         return decodeWindows1252(bytes).toUtf8();
     if (encoding == "UTF-16LE" || encoding == "UTF-16BE") {

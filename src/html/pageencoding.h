@@ -30,9 +30,9 @@ QByteArray charsetOf(QByteArrayView contentType);
 // themselves.
 Choice sniff(QByteArrayView bytes, QByteArrayView transportCharset = {});
 
-// The bytes decoded from the encoding and written as UTF-8, without a byte order mark; bytes
-// the encoding does not map are replaced as the browser replaces them. UTF-8 input is passed on
-// as it is: the parser replaces invalid sequences itself.
+// The bytes decoded from the encoding and written as UTF-8; bytes the encoding does not map,
+// and invalid sequences, are replaced as the browser replaces them. A UTF-16 byte order mark is
+// dropped, a UTF-8 one is kept.
 QByteArray toUtf8(QByteArrayView bytes, const QByteArray &encoding);
 
 } // namespace PageEncoding

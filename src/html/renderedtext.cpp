@@ -314,23 +314,22 @@ void RenderedText::findLastCellsAndRows()
     }
 }
 
-// The text content of a hidden subtree, once: each hidden element in it gets its part.
-void RenderedText::writeHidden(int root)
+// The text content of a subtree. Hidden elements, SVG and MathML ones have it as their
+// innerText and get their part of it; a rendered HTML element in SVG keeps its own.
+void RenderedText::writeTextContent(int root)
 {
     struct Frame {
         int node;
         size_t next;
         qsizetype start;
     };
-    const qsizetype begin = m_hiddenText.size();
-    bool html = false;
-    std::vector<Frame> stack{{root, 0, begin}};
+    std::vector<Frame> stack{{root, 0, m_hiddenText.size()}};
     while (!stack.empty()) {
         Frame &frame = stack.back();
         const std::vector<int> &children = m_tree.nodes[size_t(frame.node)].children;
         if (frame.next == children.size()) {
-            m_innerTexts[size_t(frame.node)] = {frame.start, m_hiddenText.size() - frame.start};
-            html = html || m_tree.nodes[size_t(frame.node)].ns == PageTree::Namespace::Html;
+            if (hasTextContentAsInnerText(frame.node))
+                m_innerTexts[size_t(frame.node)] = {frame.start, m_hiddenText.size() - frame.start};
             stack.pop_back();
             continue;
         }
@@ -340,11 +339,11 @@ void RenderedText::writeHidden(int root)
         else
             stack.push_back({child, 0, m_hiddenText.size()});
     }
-    // Text that only SVG and MathML elements hold is nobody's innerText, unless an option
-    // reads it.
-    const int parent = m_tree.nodes[size_t(root)].parent;
-    if (!html && !(parent >= 0 && m_tree.isHtml(parent, u"option"_s)))
-        m_hiddenText.truncate(begin);
+}
+
+bool RenderedText::hasTextContentAsInnerText(int node) const
+{
+    return m_tree.nodes[size_t(node)].ns != PageTree::Namespace::Html || m_rendering[size_t(node)] == Rendering::Hidden;
 }
 
 // The rendered text of a subtree, walked in document order.
@@ -517,10 +516,15 @@ RenderedText::Texts RenderedText::run(qsizetype maxChars)
 {
     layOut();
     findLastCellsAndRows();
-    for (size_t i = 0; i < m_count; ++i) {
+    const auto textContentRoot = [this](size_t i) {
         const int parent = m_tree.nodes[i].parent;
-        if (m_rendering[i] == Rendering::Hidden && (parent < 0 || m_rendering[size_t(parent)] != Rendering::Hidden))
-            writeHidden(int(i));
+        return hasTextContentAsInnerText(int(i)) && (parent < 0 || !hasTextContentAsInnerText(parent));
+    };
+    // Options read their hidden children's text; SVG and MathML elements get ranges from the
+    // rendered text, to be replaced.
+    for (size_t i = 0; i < m_count; ++i) {
+        if (m_rendering[i] == Rendering::Hidden && textContentRoot(i))
+            writeTextContent(int(i));
     }
     for (size_t i = 0; i < m_count; ++i) {
         if (m_tree.nodes[i].parent < 0 && m_rendering[i] == Rendering::Rendered)
@@ -528,6 +532,10 @@ RenderedText::Texts RenderedText::run(qsizetype maxChars)
     }
     for (size_t i = 0; i < m_ownSubtrees.size(); ++i)
         writeRendered(m_ownSubtrees[i]);
+    for (size_t i = 0; i < m_count; ++i) {
+        if (m_rendering[i] != Rendering::Hidden && textContentRoot(i))
+            writeTextContent(int(i));
+    }
 
     if (m_text.size() + m_hiddenText.size() > maxChars) {
         throw PageReadError(QCoreApplication::translate("RenderedText", "the page's text exceeds %1 characters")
@@ -537,9 +545,7 @@ RenderedText::Texts RenderedText::run(qsizetype maxChars)
     m_text += m_hiddenText;
     m_hiddenText = QString();
     for (size_t i = 0; i < m_count; ++i) {
-        if (m_tree.nodes[i].ns != PageTree::Namespace::Html)
-            m_innerTexts[i] = {};
-        else if (m_rendering[i] == Rendering::Hidden)
+        if (hasTextContentAsInnerText(int(i)))
             m_innerTexts[i].start += hiddenStart;
     }
     return {std::move(m_text), std::move(m_innerTexts)};

@@ -58,7 +58,8 @@ private:
     Rendering childRendering(int parent, int child, bool firstSummary) const;
     bool textRenderedIn(int parent) const;
     void findLastCellsAndRows();
-    void writeHidden(int root);
+    void writeTextContent(int root);
+    bool hasTextContentAsInnerText(int node) const;
     void writeRendered(int root);
     bool openOwn(int node);
     void addBefore(int child);
@@ -83,7 +84,7 @@ private:
     std::vector<bool> m_textRendered;
     WhitespaceCollapser m_collapser;
     QString m_text;
-    QString m_hiddenText; // ranges of hidden elements point here until it joins m_text
+    QString m_hiddenText; // text content ranges point here until it joins m_text
     std::vector<Document::TextRange> m_innerTexts;
     std::vector<int> m_ownSubtrees; // rendered elements whose text is not part of their parent's
     InnerTextWriter m_writer;
