@@ -101,9 +101,8 @@ ValueTable::ValueTable(const QString &path)
         if (!header)
             throw RunError(QStringLiteral("the values %1 have no header row naming the markers").arg(path));
         bool open = false;
+        // fromUtf8 drops the byte order mark that spreadsheets write.
         m_header = csvFields(QString::fromUtf8(withoutLineEnd(*header)), &open);
-        if (!m_header.isEmpty() && m_header.first().startsWith(QChar(0xfeff)))
-            m_header.first().remove(0, 1);
         for (QString &name : m_header)
             name = name.trimmed();
         if (open)

@@ -258,6 +258,10 @@ private slots:
             u"--resume goes on with the rows in --output"_s);
         row("results already in the output", QStringList{u"run"_s, m_query, m_page, u"--values"_s, file(u"one.csv"_s, "fruit\nPears\n"),
             u"--output"_s, file(u"one.jsonl"_s, "{")} + set, 2, none, u"already holds results"_s);
+        const QStringList bomTable{u"run"_s, m_query, m_page, u"--values"_s, file(u"bom.csv"_s, "\xEF\xBB\xBF" "fruit\nPears\n"), u"--set"_s, u"region=n"_s};
+        row("a table whose header starts with a byte order mark", bomTable, 0, pears, {});
+        row("results to a full disk", bomTable + QStringList{u"--output"_s, u"/dev/full"_s}, 2, none,
+            u"cannot write the results: No space left on device"_s);
         row("a table and standard input as the page", bad({u"-"_s, u"--values"_s, u"-"_s}), 2, none, u"standard input can be read once"_s);
         row("a device among pages", run({zero, m_page}), 1, nl + pears, u"/dev/zero is a device"_s);
         row("endless standard input from a pipe", run({u"-"_s}), 1, nl, u"standard input is "_s + tooLong, none, FromYes);
