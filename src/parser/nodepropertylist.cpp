@@ -198,21 +198,14 @@ void NodePropertyList::columnClicked(int column)
 {
     if (column < 0 || column > 1)
         return;
-    const int icon = m_headerIcon[column];
-    if (icon == 1) {
-        m_sorted = true;
-        m_order = Qt::DescendingOrder;
-    } else if (icon == 0 || icon == 2) {
-        m_sorted = true;
-        m_order = Qt::AscendingOrder;
-    }
+    // The sorted column turns its order round; another one sorts upward.
+    const bool turn = m_sorted && m_sortKey == column && m_order == Qt::AscendingOrder;
+    m_sorted = true;
     m_sortKey = column;
-    m_headerIcon[0] = m_headerIcon[1] = 0;
-    if (m_sorted)
-        m_headerIcon[column] = m_order == Qt::DescendingOrder ? 2 : 1;
+    m_order = turn ? Qt::DescendingOrder : Qt::AscendingOrder;
     QTreeWidgetItem *header = m_list->headerItem();
     for (int c = 0; c < 2; ++c)
-        header->setIcon(c, m_headerIcon[c] == 1 ? m_sortAsc : m_headerIcon[c] == 2 ? m_sortDesc : QIcon());
+        header->setIcon(c, c != column ? QIcon() : turn ? m_sortDesc : m_sortAsc);
     applySort();
 }
 

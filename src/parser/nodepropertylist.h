@@ -41,10 +41,6 @@ public:
     void columnClicked(int column);
 
     static int colourOf(const QTreeWidgetItem *row);
-    bool isSorted() const { return m_sorted; }
-    Qt::SortOrder sortOrder() const { return m_order; }
-    // 0 none, 1 "SortAsc", 2 "SortDesc", per column.
-    int headerIcon(int column) const { return m_headerIcon[column]; }
 
 private:
     QTreeWidgetItem *addRow(const QString &name, const QString &value, int colour);
@@ -57,7 +53,6 @@ private:
     bool m_sorted = false;
     Qt::SortOrder m_order = Qt::AscendingOrder;
     int m_sortKey = 0;
-    int m_headerIcon[2] = {0, 0};
     QIcon m_sortAsc;
     QIcon m_sortDesc;
 };

@@ -184,19 +184,26 @@ private slots:
                 texts.append(m_list->topLevelItem(i)->text(c));
             return texts;
         };
+        // The arrows the headers show: up, down or none.
+        const auto arrows = [&] {
+            const auto image = [](const QIcon &icon) { return icon.pixmap(16).toImage(); };
+            QString shown;
+            for (int c = 0; c < 2; ++c) {
+                const QImage icon = image(m_list->headerItem()->icon(c));
+                shown += icon == image(m_list->style()->standardIcon(QStyle::SP_ArrowUp))     ? u'^'
+                         : icon == image(m_list->style()->standardIcon(QStyle::SP_ArrowDown)) ? u'v'
+                                                                                            : icon.isNull() ? u'-' : u'?';
+            }
+            return shown;
+        };
         properties.columnClicked(0);
         QCOMPARE(column(0), (QStringList{u"data"_s, u"id"_s, u"ParentTag"_s, u"sourceIndex"_s, u"tagName"_s}));
-        QCOMPARE(properties.headerIcon(0), 1);
-        QVERIFY(!m_list->headerItem()->icon(0).isNull());
+        QCOMPARE(arrows(), u"^-"_s);
         properties.columnClicked(0);
-        QCOMPARE(properties.sortOrder(), Qt::DescendingOrder);
-        QCOMPARE(properties.headerIcon(0), 2);
+        QCOMPARE(arrows(), u"v-"_s);
         QCOMPARE(column(0).first(), u"tagName"_s);
         properties.columnClicked(1);
-        QCOMPARE(properties.sortOrder(), Qt::AscendingOrder);
-        QCOMPARE(properties.headerIcon(0), 0);
-        QVERIFY(m_list->headerItem()->icon(0).isNull());
-        QCOMPARE(properties.headerIcon(1), 1);
+        QCOMPARE(arrows(), u"-^"_s);
         // The order holds across refills.
         properties.ShowNodeProperties(&m_page, 2);
         QCOMPARE(column(1), (QStringList{u"2"_s, u"BODY"_s, u"NULL"_s, u"P"_s, u"x"_s}));
