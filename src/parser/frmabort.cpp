@@ -4,19 +4,15 @@
 #include "platform/dialogs.h"
 #include "browser/webpage.h"
 #include "ui_frmabort.h"
-#include "windowplacement.h"
 
 #include <QCoreApplication>
 #include <QDeadlineTimer>
-#include <QScreen>
 
 frmAbort::frmAbort(QWidget *parent)
     : QDialog(parent)
     , ui(std::make_unique<Ui::frmAbort>())
 {
     ui->setupUi(this);
-    const double dpi = screen() ? screen()->logicalDotsPerInchX() : 96.0;
-    move(int(WindowPlacement::twipsToPixels(10, dpi)), y());
     connect(ui->cmdAbort, &QPushButton::clicked, this, &frmAbort::cmdAbort_Click);
 }
 
