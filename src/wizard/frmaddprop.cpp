@@ -36,7 +36,6 @@ void frmAddProp::Reset()
     ResetList();
     ui->txtPropName->clear();
     ui->txtPropValue->clear();
-    m_focusOnActivate = true;
 }
 
 void frmAddProp::ResetList()
@@ -78,7 +77,7 @@ void frmAddProp::cmdAddProp_Click()
 
 bool frmAddProp::event(QEvent *event)
 {
-    if (event->type() == QEvent::WindowActivate && m_focusOnActivate)
+    if (event->type() == QEvent::WindowActivate)
         ui->txtPropName->setFocus();
     return QDialog::event(event);
 }

@@ -36,5 +36,4 @@ private:
 
     std::unique_ptr<Ui::frmAddProp> ui;
     bool m_confirmed = false;
-    bool m_focusOnActivate = false;
 };

@@ -74,6 +74,14 @@ private slots:
         dialog.show();
         QVERIFY(QTest::qWaitForWindowActive(&dialog));
         QVERIFY(child<QLineEdit>(&dialog, "txtPropName")->hasFocus());
+        // Back from another window, the focus is in the name box again.
+        child<QLineEdit>(&dialog, "txtPropValue")->setFocus();
+        QWidget other;
+        other.show();
+        QVERIFY(QTest::qWaitForWindowActive(&other));
+        dialog.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&dialog));
+        QVERIFY(child<QLineEdit>(&dialog, "txtPropName")->hasFocus());
 
         type(&dialog, "txtPropValue", u"lonely"_s);
         clickButton(&dialog, "cmdAddProp");
