@@ -1,6 +1,7 @@
 #include "frminputvariable.h"
 
 #include "platform/dialogs.h"
+#include "platform/selectonfocus.h"
 #include "ui_frminputvariable.h"
 
 #include <QEvent>
@@ -10,6 +11,7 @@ frmInputVariable::frmInputVariable(QWidget *parent)
     , ui(std::make_unique<Ui::frmInputVariable>())
 {
     ui->setupUi(this);
+    selectAllOnFocus(ui->txtValue);
     connect(ui->cmdFinish, &QPushButton::clicked, this, [this] {
         m_accepted = true;
         hide();
