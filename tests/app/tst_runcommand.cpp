@@ -262,6 +262,8 @@ private slots:
         row("a table whose header starts with a byte order mark", bomTable, 0, pears, {});
         row("results to a full disk", bomTable + QStringList{u"--output"_s, u"/dev/full"_s}, 2, none,
             u"cannot write the results: No space left on device"_s);
+        row("a table over the query's own address", {u"run"_s, m_query, u"--values"_s, file(u"two.csv"_s, "fruit,region\nPears,n\nApples,s\n")},
+            0, pears + "1.20\n", {});
         row("a table and standard input as the page", bad({u"-"_s, u"--values"_s, u"-"_s}), 2, none, u"standard input can be read once"_s);
         row("a device among pages", run({zero, m_page}), 1, nl + pears, u"/dev/zero is a device"_s);
         row("endless standard input from a pipe", run({u"-"_s}), 1, nl, u"standard input is "_s + tooLong, none, FromYes);
