@@ -37,13 +37,10 @@ QString SetReturnNode(NodeTree &tree, QTreeWidgetItem *selected)
     for (QTreeWidgetItem *node : tree.nodesInOrder()) {
         if (NodeTree::colourOf(node) != 0)
             NodeTree::setColour(node, 0);
-        if (!node->font(0).bold())
-            continue;
-        if (search == -1) {
+        // The search node, the one node set in bold.
+        if (node->font(0).bold()) {
             search = numberFromKey(NodeTree::keyOf(node));
             NodeTree::setColour(node, NodeTree::Blue);
-        } else {
-            setBold(node, false); // one search node survives: the first
         }
     }
     if (search == -1)
