@@ -2,7 +2,8 @@
 
 batch_run.py PROGRAM CONTRIB_DASK (http | resume | dask)
   http    2,000 rows over two hosts: every row's result right and in order, the per-host limit
-          kept, failures tried again and 404 or a redirect to another scheme not, the User-Agent
+          kept, failures and timeouts tried again and 404 or a redirect to another scheme not, the
+          User-Agent
   resume  a batch killed with SIGKILL at random moments, a last line cut short, and a SIGINT,
           each resumed: the same file as one uninterrupted run
   dask    the table on a local Dask cluster of two worker processes: the same file again
@@ -86,7 +87,7 @@ def check_progress_line(shown, seconds):
 
 def check_http(program, folder, servers):
     out = os.path.join(folder, "out.jsonl")
-    status, shown, seconds = run_on_terminal(program, folder, "--per-host", "2", "--output", out)
+    status, shown, seconds = run_on_terminal(program, folder, "--per-host", "2", "--timeout", "2", "--output", out)
     if status != 1:
         fail(f"exit status {status}, not 1 for the rows without a result: {shown[-2000:]}")
     if shown.count('column "note" fills no marker') != 1:
@@ -114,7 +115,7 @@ def check_http(program, folder, servers):
         if stats.agents != {"tamberline/0.1"} and not all(a.startswith("tamberline/") for a in stats.agents):
             fail(f"User-Agent {stats.agents}")
     requests = sum((s.stats.requests for s in servers), batchserver.collections.Counter())
-    for n, times in ((13, 2), (17, 2), (23, 1), (26, 2), (46, 1), (62, 1), (1009, 4)):
+    for n, times in ((13, 2), (17, 2), (23, 1), (26, 2), (46, 1), (62, 1), (1009, 4), (1013, 2)):
         if requests[f"/item/{n}"] != times:
             fail(f"/item/{n} asked {requests[f'/item/{n}']} times, not {times}")
 

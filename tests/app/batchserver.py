@@ -4,6 +4,7 @@ Each server is one host to the fetcher (its own port). /item/N answers, by N:
   N == 1009     503 the first three times: the fetcher's last retry gets it
   N % 13 == 0   503 the first time
   N % 17 == 0   429 with Retry-After: 1 the first time
+  N == 1013     not within the fetcher's 2 s the first time
   N % 97 == 0   slowly (0.3 s)
   N % 23 == 0   404, always
   N % 29 == 0   a redirect to /moved/N
@@ -67,6 +68,8 @@ class Handler(http.server.BaseHTTPRequestHandler):
         finally:
             with stats.lock:
                 stats.active -= 1
+        if self.path == "/item/1013" and seen == 1:
+            time.sleep(2.5)  # not counted as running: the fetcher has given up on it
         self.wfile.write(self.answer_bytes)
 
     def answer(self, seen):
