@@ -378,11 +378,7 @@ void RenderedText::writeRendered(int root)
         if (m_rendering[size_t(child)] != Rendering::Rendered)
             continue;
         addBefore(child);
-        if (m_style[size_t(child)].display == Display::LineBreak) {
-            // Its parent has a newline for it; what it holds is its own.
-            if (!m_tree.nodes[size_t(child)].children.empty())
-                m_ownSubtrees.push_back(child);
-        } else if (openOwn(child)) {
+        if (openOwn(child)) {
             stack.push_back({child, 0});
             continue;
         }
@@ -530,8 +526,6 @@ RenderedText::Texts RenderedText::run(qsizetype maxChars)
         if (m_tree.nodes[i].parent < 0 && m_rendering[i] == Rendering::Rendered)
             writeRendered(int(i));
     }
-    for (size_t i = 0; i < m_ownSubtrees.size(); ++i)
-        writeRendered(m_ownSubtrees[i]);
     for (size_t i = 0; i < m_count; ++i) {
         if (m_rendering[i] != Rendering::Hidden && textContentRoot(i))
             writeTextContent(int(i));

@@ -86,6 +86,5 @@ private:
     QString m_text;
     QString m_hiddenText; // text content ranges point here until it joins m_text
     std::vector<Document::TextRange> m_innerTexts;
-    std::vector<int> m_ownSubtrees; // rendered elements whose text is not part of their parent's
     InnerTextWriter m_writer;
 };
