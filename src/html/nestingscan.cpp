@@ -580,7 +580,7 @@ void NestingScan::htmlEndTag(int name)
             return;
         }
         if (name == N_optgroup) {
-            if (topName() == N_option && m_stack.size() > 2 && m_stack[m_stack.size() - 2].name == N_optgroup)
+            if (topName() == N_option && m_stack[m_stack.size() - 2].name == N_optgroup)
                 pop();
             if (topName() == N_optgroup)
                 pop();

@@ -120,6 +120,9 @@ private slots:
             QCOMPARE(SettingsStore::getSetting(u"Preferences"_s, u"WindowHeight"_s), height);
             QVERIFY(panel->height() < 40);
             QVERIFY(!panel->shownText().contains(u'\n'));
+            QImage shot = panel->grab().toImage(), blank = shot;
+            blank.fill(shot.pixel(0, 0));
+            QVERIFY2(shot != blank, "the panel paints no text");
             QVERIFY(panel->text().contains(u"line 99"_s)); // the whole text, for the node menu
         });
     }
