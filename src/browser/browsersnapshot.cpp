@@ -1,7 +1,5 @@
 #include "browsersnapshot.h"
 
-#include <limits>
-
 namespace {
 
 // A reader for exactly the JSON that the page bridge writes, straight from the UTF-16 text the
@@ -33,7 +31,7 @@ public:
             else if (key == u"textsPending")
                 document->textsPending = readBool();
             else if (key == u"unreadTextFrom")
-                document->unreadTextFrom = readIndex(-1, std::numeric_limits<int>::max());
+                document->unreadTextFrom = readIndex();
             else if (key == u"nodes")
                 readNodes(*document);
             else if (key == u"texts")
@@ -75,7 +73,7 @@ public:
                 if (!reason.isEmpty())
                     document->cutReason = reason;
             } else if (key == u"unreadTextFrom") {
-                document->unreadTextFrom = readIndex(-1, std::numeric_limits<int>::max());
+                document->unreadTextFrom = readIndex();
             } else {
                 fail("an unknown key");
             }
@@ -206,10 +204,11 @@ private:
         }
     }
 
-    int readIndex(int lowest, int below)
+    // An element's index, or -1 for none; readInteger() bounds it above.
+    int readIndex()
     {
         const long long value = readInteger();
-        if (value < lowest || value >= below)
+        if (value < -1)
             fail("an element index is out of range");
         return int(value);
     }

@@ -68,6 +68,7 @@ void tst_BrowserSnapshot::refusesMalformedSnapshots_data()
     QTest::newRow("short unicode escape") << uR"({"url":"\u12"})"_s;
     QTest::newRow("unknown key") << uR"({"script":"x"})"_s;
     QTest::newRow("text after the end") << uR"({"url":""} x)"_s;
+    QTest::newRow("index below -1") << uR"({"unreadTextFrom":-2})"_s;
     QTest::newRow("huge index") << uR"({"nodes":[99999999999,"A",0]})"_s;
 }
 
