@@ -44,7 +44,8 @@ WildcardPattern::RandomSource WildcardPattern::defaultRandom()
 
 int16_t matcherPosition(long long position)
 {
-    if (position > INT16_MAX || position < INT16_MIN)
+    // Positions are never negative: only the top of the range can be passed.
+    if (position > INT16_MAX)
         throw RuntimeError(ErrorNumber::Overflow,
                            QStringLiteral("Overflow: the search counts text positions up to 32,767 and this text is longer"));
     return static_cast<int16_t>(position);
