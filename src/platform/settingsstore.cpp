@@ -60,7 +60,6 @@ QSettings openStore()
 QString storeKey(const QString &key)
 {
     QString encoded;
-    encoded.reserve(key.size());
     for (const QChar c : key) {
         if (c == u'%')
             encoded += QStringLiteral("%25");

@@ -1,3 +1,4 @@
+#include "control/controlaccess.h"
 #include "parser/frmmain.h"
 #include "parser/nodekeys.h"
 #include "parserdriver.h"
@@ -58,6 +59,11 @@ private slots:
             QTRY_VERIFY(runInPage(parser, u"window.scrollY"_s).toDouble() > 500);
             QCOMPARE(rowTexts(parser), (QStringList{u"id=far"_s, u"class=target"_s, u"tagName=DIV"_s,
                                                     u"ParentTag=BODY"_s, u"sourceIndex=%1"_s.arg(far)}));
+            // Unticking the filter's row, by keyboard, takes the filter out of the query.
+            auto *list = child<QTreeWidget>(parser, "lstProps");
+            list->setCurrentItem(list->topLevelItem(1), 0);
+            QTest::keyClick(list, Qt::Key_Space);
+            QCOMPARE(storedAttribs(session.control), QStringList());
             QHeaderView *header = child<QTreeWidget>(parser, "lstProps")->header();
             QTest::mouseClick(header->viewport(), Qt::LeftButton, {}, QPoint(header->sectionPosition(0) + 4, 4));
             QCOMPARE(rowTexts(parser).first(), u"class=target"_s); // sorted by name
