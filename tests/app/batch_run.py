@@ -118,6 +118,10 @@ def check_http(program, folder, servers):
     for n, times in ((13, 2), (17, 2), (23, 1), (26, 2), (46, 1), (62, 1), (1009, 4), (1013, 2)):
         if requests[f"/item/{n}"] != times:
             fail(f"/item/{n} asked {requests[f'/item/{n}']} times, not {times}")
+    # A 429 says "Retry-After: 1", four times the fetcher's own first pause.
+    times = next(s.stats.times["/item/17"] for s in servers if s.stats.times["/item/17"])
+    if times[1] - times[0] < 0.9:
+        fail(f"/item/17 asked again {times[1] - times[0]:.2f} s after its 429 said to wait 1 s")
 
 
 def check_resume(program, folder, seed):

@@ -60,6 +60,7 @@ class Handler(http.server.BaseHTTPRequestHandler):
             stats.active += 1
             stats.most = max(stats.most, stats.active)
             stats.requests[self.path] += 1
+            stats.times[self.path].append(time.monotonic())
             seen = stats.requests[self.path]
             stats.agents.add(self.headers.get("User-Agent", ""))
         self.answer_bytes = b""
@@ -108,6 +109,7 @@ class Stats:
         self.active = 0
         self.most = 0
         self.requests = collections.Counter()
+        self.times = collections.defaultdict(list)
         self.agents = set()
 
 

@@ -14,7 +14,8 @@ for command in "" run check; do
     text=$(bare $command --help) || fail "tamberline $command --help: exit status $?"
     helped="$helped$text
 "
-    [ "$(bare $command --version)" = "tamberline $version" ] || fail "tamberline $command --version is not tamberline $version"
+    text=$(bare $command --version) || fail "tamberline $command --version: exit status $?"
+    [ "$text" = "tamberline $version" ] || fail "tamberline $command --version is not tamberline $version"
 done
 
 # Each description starts two spaces after the widest name of its list.

@@ -264,6 +264,9 @@ private slots:
             u"cannot write the results: No space left on device"_s);
         row("a table over the query's own address", {u"run"_s, m_query, u"--values"_s, file(u"two.csv"_s, "fruit,region\nPears,n\nApples,s\n")},
             0, pears + "1.20\n", {});
+        row("a JSON-lines table by its name, whose first line is no object",
+            QStringList{u"run"_s, m_query, m_page, u"--values"_s, file(u"v.ndjson"_s, "[\"Pears\"]\n")} + set, 1, nl,
+            u"line 1 of the values is not a JSON object"_s);
         row("a table and standard input as the page", bad({u"-"_s, u"--values"_s, u"-"_s}), 2, none, u"standard input can be read once"_s);
         row("a device among pages", run({zero, m_page}), 1, nl + pears, u"/dev/zero is a device"_s);
         row("endless standard input from a pipe", run({u"-"_s}), 1, nl, u"standard input is "_s + tooLong, none, FromYes);

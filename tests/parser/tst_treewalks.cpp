@@ -172,7 +172,7 @@ private slots:
         QVERIFY(!parser.favoriteItems().first()->isVisible());
         ScriptedDialogs script;
         script.answerInputBox(u"Mine"_s);
-        parser.mnu_Favorites_Add_Click();
+        triggerMenu(&parser, "mnu_Favorites_Add");
         QCOMPARE(script.inputBoxes().first().defaultText, u"Untitled"_s);
         QCOMPARE(SettingsStore::getSetting(u"Favorites"_s, u"Mine"_s), u"http://www.example.com/"_s);
         QCOMPARE(parser.favoriteItems().first()->text(), u"&1. Mine"_s);
