@@ -13,6 +13,7 @@
 #include <QPlainTextEdit>
 #include <QProcess>
 #include <QPushButton>
+#include <QSpinBox>
 #include <QStatusBar>
 #include <QTemporaryDir>
 #include <QtTest>
@@ -164,12 +165,14 @@ private slots:
         // No search reads b=2: the user is told so, and the file keeps it.
         QVERIFY2(window.statusBar()->currentMessage().contains(u"Filter 2 is blank: no search reads the 1 filter"_s),
                  qPrintable(window.statusBar()->currentMessage()));
-        // Ctrl+S writes the opened file back, with no dialog.
+        // One node on, then Ctrl+S writes the opened file back, with no dialog.
         QFile::remove(path);
         window.show();
         QVERIFY(QTest::qWaitForWindowActive(&window));
+        QTest::keyClick(window.findChild<QSpinBox *>(u"spnNodeOffset"_s), Qt::Key_Up);
         QTest::keySequence(&window, QKeySequence::Save);
         QCOMPARE(QueryFile::load(path).ElemAttribs, query.ElemAttribs);
+        QCOMPARE(QueryFile::load(path).NodeOffset, query.NodeOffset + 1);
     }
 
     void tooManyFiltersAreNotSaved()
