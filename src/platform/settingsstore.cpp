@@ -76,7 +76,6 @@ QString storeKey(const QString &key)
 QString keyFromStore(const QString &encoded)
 {
     QString key;
-    key.reserve(encoded.size());
     for (qsizetype i = 0; i < encoded.size(); ++i) {
         const QStringView code = QStringView(encoded).mid(i, 3);
         if (code == u"%25" || code == u"%2F" || code == u"%5C") {

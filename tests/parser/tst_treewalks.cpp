@@ -121,10 +121,14 @@ private slots:
         for (QTreeWidgetItem *node : tree.nodesInOrder())
             node->setExpanded(true);
         const QString all = expanded(tree);
-        parser.cmdCollapse_Click();
+        clickButton(&parser, "cmdCollapse");
         QVERIFY(expanded(tree) != all);
-        parser.cmdCollapseAll_Click();
+        clickButton(&parser, "cmdCollapseAll");
         QCOMPARE(expanded(tree), QString());
+        clickButton(&parser, "cmdExpand");
+        QCOMPARE(expanded(tree), u"R C"_s);
+        clickButton(&parser, "cmdExpandAll");
+        QTRY_COMPARE(expanded(tree), all);
     }
 
     void favorites()
