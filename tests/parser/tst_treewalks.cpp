@@ -4,6 +4,7 @@
 #include "platform/settingsstore.h"
 #include "datatable.h"
 
+#include <QComboBox>
 #include <QKeyEvent>
 #include <QTreeWidget>
 #include <QtTest>
@@ -159,6 +160,11 @@ private slots:
         QCOMPARE(parser.favoriteItems().size(), 11);
         QCOMPARE(script.inputBoxes().first().title, u"Add To Favorites"_s);
         QCOMPARE(script.inputBoxes().first().prompt, u"Type a name for this address to appear in the favorites menu:"_s);
+        // Picking one, the form's own first item or a made one, goes to its address.
+        for (QAction *picked : {parser.favoriteItems().last(), parser.favoriteItems().first()}) {
+            picked->trigger();
+            QCOMPARE(child<QComboBox>(&parser, "cmboUrl")->currentText(), picked->data().toString());
+        }
     }
 
     void favoriteNamesWithSlashes()
