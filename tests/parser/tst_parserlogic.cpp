@@ -44,34 +44,36 @@ private slots:
 
     void changesDetected_data()
     {
-        addColumns<QStringList, QString, QList<Row>, bool>("filters", "offsetBox", "rows", "changed");
+        addColumns<QStringList, QStringList, QList<Row>, bool>("filters", "boxes", "rows", "changed");
 
-        const QStringList idX{u"id=x"_s};
+        const QStringList idX{u"id=x"_s}, same{u"http://x/"_s, u"Price"_s, u"2"_s};
         const Row ticked{u"id"_s, u"x"_s, true};
         const Row unticked{u"id"_s, u"x"_s, false};
-        QTest::newRow("nothing differs") << idX << u"2"_s << QList<Row>{ticked} << false;
-        QTest::newRow("unticking a filtered row") << idX << u"2"_s << QList<Row>{unticked} << true;
-        QTest::newRow("ticking a new row") << QStringList{} << u"2"_s << QList<Row>{{u"class"_s, u"a"_s, true}} << true;
+        QTest::newRow("nothing differs") << idX << same << QList<Row>{ticked} << false;
+        QTest::newRow("unticking a filtered row") << idX << same << QList<Row>{unticked} << true;
+        QTest::newRow("ticking a new row") << QStringList{} << same << QList<Row>{{u"class"_s, u"a"_s, true}} << true;
         QTest::newRow("same filter in other case and blanks")
-            << QStringList{u" ID = X "_s} << u"2"_s << QList<Row>{{u"id"_s, u"x"_s, true}} << false;
-        QTest::newRow("a filter with no name") << QStringList{u"=x"_s} << u"2"_s << QList<Row>{{QString(), u"x"_s, true}} << false;
-        QTest::newRow("ticked row with another value") << idX << u"2"_s << QList<Row>{{u"id"_s, u"y"_s, true}} << true;
-        QTest::newRow("sharp s is not SS") << QStringList{u"title=Stra\u00dfe"_s} << u"2"_s
+            << QStringList{u" ID = X "_s} << same << QList<Row>{{u"id"_s, u"x"_s, true}} << false;
+        QTest::newRow("a filter with no name") << QStringList{u"=x"_s} << same << QList<Row>{{QString(), u"x"_s, true}} << false;
+        QTest::newRow("ticked row with another value") << idX << same << QList<Row>{{u"id"_s, u"y"_s, true}} << true;
+        QTest::newRow("sharp s is not SS") << QStringList{u"title=Stra\u00dfe"_s} << same
                                            << QList<Row>{{u"title"_s, u"STRASSE"_s, true}} << true;
         QTest::newRow("filter hidden behind a blank entry counts as gone")
-            << QStringList{u" "_s, u"id=x"_s} << u"2"_s << QList<Row>{ticked} << true;
+            << QStringList{u" "_s, u"id=x"_s} << same << QList<Row>{ticked} << true;
         // A change in the boxes alone does not count: the result is false there.
-        QTest::newRow("offset box differs as text") << idX << u"02"_s << QList<Row>{unticked} << false;
-        QTest::newRow("offset box with a blank") << idX << u" 2"_s << QList<Row>{unticked} << false;
+        QTest::newRow("address box differs") << idX << QStringList{u"http://y/"_s, u"Price"_s, u"2"_s} << QList<Row>{unticked} << false;
+        QTest::newRow("search box differs") << idX << QStringList{u"http://x/"_s, u"Prices"_s, u"2"_s} << QList<Row>{unticked} << false;
+        QTest::newRow("offset box differs as text") << idX << QStringList{u"http://x/"_s, u"Price"_s, u"02"_s} << QList<Row>{unticked} << false;
+        QTest::newRow("offset box with a blank") << idX << QStringList{u"http://x/"_s, u"Price"_s, u" 2"_s} << QList<Row>{unticked} << false;
     }
 
     void changesDetected()
     {
-        const auto [filters, offsetBox, rows, changed] =
-            fetchRow<QStringList, QString, QList<Row>, bool>("filters", "offsetBox", "rows", "changed");
+        const auto [filters, boxes, rows, changed] =
+            fetchRow<QStringList, QStringList, QList<Row>, bool>("filters", "boxes", "rows", "changed");
         Tamberline control;
         setQuery(control, u"http://x/"_s, u"Price"_s, 2, filters);
-        const PageParserFields fields{u"http://x/"_s, u"Price"_s, offsetBox, rows};
+        const PageParserFields fields{boxes.at(0), boxes.at(1), boxes.at(2), rows};
         QCOMPARE(ChangesDetected(&control, fields), changed);
     }
 
