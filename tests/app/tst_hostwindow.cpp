@@ -173,6 +173,7 @@ private slots:
         QTest::keySequence(&window, QKeySequence::Save);
         QCOMPARE(QueryFile::load(path).ElemAttribs, query.ElemAttribs);
         QCOMPARE(QueryFile::load(path).NodeOffset, query.NodeOffset + 1);
+        QCOMPARE(window.statusBar()->currentMessage(), u"Saved "_s + path);
     }
 
     void tooManyFiltersAreNotSaved()
