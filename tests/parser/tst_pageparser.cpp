@@ -12,6 +12,7 @@
 #include <QPointer>
 #include <QPushButton>
 #include <QSplitter>
+#include <QStatusBar>
 #include <QTimer>
 #include <QToolButton>
 #include <QTreeWidget>
@@ -84,6 +85,7 @@ private slots:
         session.edit([&](frmMain *parser) {
             QTRY_VERIFY(parser->actionQueue().isEmpty());
             QCOMPARE(parser->nodeTree().count(), 0);
+            QCOMPARE(parser->statusBar()->currentMessage(), u"There is no page to search"_s);
             QVERIFY(!child<QComboBox>(parser, "cmboUrl")->isEnabled());
             QVERIFY(!child<QPushButton>(parser, "cmdGo")->isEnabled());
             QVERIFY(!child<QMenu>(parser, "mnu_Favorites")->isEnabled());
