@@ -6,6 +6,7 @@
 #include "testsettings.h"
 #include "datatable.h"
 
+#include <QCheckBox>
 #include <QComboBox>
 #include <QDir>
 #include <QLabel>
@@ -137,6 +138,24 @@ private slots:
         QVERIFY2(script.done(), qPrintable(script.pending()));
     }
 
+    void eachEditorButtonOpensItsEditor_data()
+    {
+        addColumns<QString, QString>("button", "editor");
+        QTest::newRow("Page Parser") << u"cmdEditQueryItem"_s << u"frmMain"_s;
+        QTest::newRow("Search Wizard") << u"cmdEditWizard"_s << u"frmWizard"_s;
+        QTest::newRow("attribute list") << u"cmdEditProperties"_s << u"frmAddProp"_s;
+    }
+
+    void eachEditorButtonOpensItsEditor()
+    {
+        const auto [button, editor] = fetchRow<QString, QString>("button", "editor");
+        ScriptedDialogs script;
+        script.onModal([](QWidget *window) { window->close(); });
+        HostWindow window;
+        QTest::mouseClick(window.findChild<QPushButton *>(button), Qt::LeftButton);
+        QCOMPARE(script.modalWindows(), QStringList{editor});
+    }
+
     void aBadFileChangesNothing()
     {
         const QString path = m_dir.filePath(u"bad.json"_s);
@@ -170,9 +189,14 @@ private slots:
         window.show();
         QVERIFY(QTest::qWaitForWindowActive(&window));
         QTest::keyClick(window.findChild<QSpinBox *>(u"spnNodeOffset"_s), Qt::Key_Up);
+        QTest::keyClicks(window.findChild<QLineEdit *>(u"txtUrl1"_s), u"http://x/"_s);
+        QTest::mouseClick(window.findChild<QCheckBox *>(u"chkAllowNav2"_s), Qt::LeftButton);
         QTest::keySequence(&window, QKeySequence::Save);
-        QCOMPARE(QueryFile::load(path).ElemAttribs, query.ElemAttribs);
-        QCOMPARE(QueryFile::load(path).NodeOffset, query.NodeOffset + 1);
+        QueryFile edited = query;
+        edited.NodeOffset += 1;
+        edited.Url1 = u"http://x/"_s;
+        edited.AllowNav2 = !query.AllowNav2;
+        QCOMPARE(QueryFile::load(path), edited);
         QCOMPARE(window.statusBar()->currentMessage(), u"Saved "_s + path);
     }
 
