@@ -17,6 +17,8 @@ private slots:
         QTest::newRow("byte order mark beats all") << QByteArray("\xFF\xFE<\0p\0", 6) << QByteArray("text/html; charset=gbk") << QByteArray("UTF-16LE");
         QTest::newRow("transport beats meta") << gbk << QByteArray("text/html;charset=\"Shift_JIS\"") << QByteArray("Shift_JIS");
         QTest::newRow("unknown transport label") << gbk << QByteArray("text/html; charset=klingon") << QByteArray("GBK");
+        QTest::newRow("transport charset without =") << gbk << QByteArray("text/html; charset") << QByteArray("GBK");
+        QTest::newRow("transport charset without a value") << gbk << QByteArray("text/html; charset= ") << QByteArray("GBK");
         QTest::newRow("not a tag; labels in any case with blanks") << QByteArray("<1 <META\rCHARSET = ' Koi8-R '>") << QByteArray() << QByteArray("KOI8-R");
         QTest::newRow("http-equiv needs the pragma")
             << QByteArray("<meta content='text/html; charset=koi8-r'><meta http-equiv=content-type content='text/html; charset=koi8-u'>")
