@@ -24,7 +24,7 @@ void tst_BrowserSnapshot::readsWhatTheBridgeWrites()
 {
     const QString json = QStringLiteral(
         R"({"url":"file:///p.html","title":"T \"q\"","cut": true,"cutReason":"too long","unreadTextFrom":2,"nodes":[)"
-        R"(-1,"HTML",0, 0,"BODY",2,"id","main","data-x","\u00e9\ud83d\ude00\\/", -3,"A", 1,"B",0, -4,"B", -3,"tail"],)"
+        R"(-1,"HTML",0, 0,"BODY",2,"id","main","data-x","\u00e9\uD83D\uDE00\\/", -3,"A", 1,"B",0, -4,"B", -3,"tail"],)"
         R"("texts":["A\n\tB","A\n\tB","B"]})");
     const DocumentPtr document = documentFromSnapshotJson(json);
     QCOMPARE(document->url, u"file:///p.html"_s);
