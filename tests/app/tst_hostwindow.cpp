@@ -181,6 +181,7 @@ private slots:
         HostWindow window;
         QVERIFY(window.openFile(path));
         QVERIFY(!window.isModified());
+        QCOMPARE(window.findChild<QLineEdit *>(u"txtSearchText"_s)->text(), query.SearchText);
         // No search reads b=2: the user is told so, and the file keeps it.
         QVERIFY2(window.statusBar()->currentMessage().contains(u"Filter 2 is blank: no search reads the 1 filter"_s),
                  qPrintable(window.statusBar()->currentMessage()));
