@@ -41,9 +41,6 @@ StopSignals::~StopSignals()
     std::signal(SIGINT, SIG_DFL);
     std::signal(SIGTERM, SIG_DFL);
     m_notifier.reset();
-    for (int &end : pipeEnds) {
-        if (end >= 0)
-            ::close(end);
-        end = -1;
-    }
+    for (const int end : pipeEnds)
+        ::close(end); // -1 when the pair was never made, which close refuses harmlessly
 }

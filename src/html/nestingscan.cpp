@@ -1,6 +1,7 @@
 #include "nestingscan.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstring>
 #include <utility>
 
@@ -444,11 +445,8 @@ qsizetype NestingScan::htmlStartTag(int name, bool selfClosing, qsizetype tagEnd
             return tagEnd;
         m_formOpen = true;
     }
-    if (flags & ClosesP) {
-        const int p = lastPosition(N_p);
-        if (p >= 0 && p >= topOf(ButtonScope))
-            popTo(p);
-    }
+    if ((flags & ClosesP) && inScope(N_p, ButtonScope))
+        popTo(lastPosition(N_p));
     if ((flags & Heading) && (flagsOf(topName()) & Heading))
         pop();
     if (name == N_li || name == N_dd || name == N_dt) {
@@ -461,8 +459,9 @@ qsizetype NestingScan::htmlStartTag(int name, bool selfClosing, qsizetype tagEnd
             popTo(stop);
     }
     if (name == N_a || name == N_nobr) {
+        // Every scope boundary is special: one not past a special element is in scope.
         const int open = lastPosition(name);
-        if (open >= 0 && open >= topOf(DefaultScope) && topOf(SpecialAny) < open)
+        if (open > topOf(SpecialAny))
             popTo(open);
     }
     if (name == N_button && inScope(N_button, DefaultScope))
@@ -541,10 +540,6 @@ bool NestingScan::tableStartTag(int name)
             popTo(table);
         return true;
     }
-    if (cell > table)
-        popTo(cell);
-    else if (caption > table)
-        popTo(caption);
     if (name != N_tr && name != N_td && name != N_th) {
         popTo(table + 1);
         return name != N_col;
@@ -653,7 +648,7 @@ void NestingScan::htmlEndTag(int name)
 void NestingScan::foreignEndTag(int name)
 {
     const int open = lastPosition(name);
-    if (open >= 0 && open > topOf(HtmlElement))
+    if (open > topOf(HtmlElement))
         popTo(open);
     else
         htmlEndTag(name);
@@ -686,10 +681,8 @@ void NestingScan::push(int name, Space space, int depth)
     }
     m_stack.push_back({name, space, categories, depth});
     m_positions[size_t(name)].push_back(position);
-    for (int c = 0; c < 7; ++c) {
-        if (categories & (1 << c))
-            m_categories[c].push_back(position);
-    }
+    for (unsigned bits = categories; bits != 0; bits &= bits - 1)
+        m_categories[std::countr_zero(bits)].push_back(position);
     m_result.depth = std::max(m_result.depth, depth);
 }
 
@@ -708,10 +701,8 @@ void NestingScan::pop()
 {
     const Entry entry = m_stack.back();
     m_positions[size_t(entry.name)].pop_back();
-    for (int c = 0; c < 7; ++c) {
-        if (entry.categories & (1 << c))
-            m_categories[c].pop_back();
-    }
+    for (unsigned bits = entry.categories; bits != 0; bits &= bits - 1)
+        m_categories[std::countr_zero(bits)].pop_back();
     m_stack.pop_back();
 }
 
@@ -729,22 +720,21 @@ int NestingScan::lastPosition(int name) const
     return positions.empty() ? -1 : positions.back();
 }
 
+// html, at the bottom of the stack, joins every category.
 int NestingScan::topOf(int category) const
 {
-    const std::vector<int> &positions = m_categories[category];
-    return positions.empty() ? -1 : positions.back();
+    return m_categories[category].back();
 }
 
 bool NestingScan::inScope(int name, int category) const
 {
-    const int position = lastPosition(name);
-    return position >= 0 && position >= topOf(category);
+    return lastPosition(name) >= topOf(category);
 }
 
 int NestingScan::tableContext() const
 {
     const int top = topOf(TableScope);
-    return top >= 0 && m_stack[size_t(top)].name == N_table ? top : -1;
+    return m_stack[size_t(top)].name == N_table ? top : -1;
 }
 
 // Only in a select inside a table do the table's parts close the select.

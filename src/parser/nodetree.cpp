@@ -102,7 +102,6 @@ QList<QTreeWidgetItem *> NodeTree::nodesInOrder() const
     QList<QTreeWidgetItem *> pending;
     for (int i = 0; i < m_view->topLevelItemCount(); ++i)
         pending.append(m_view->topLevelItem(i));
-    pending.append(m_pendingTopLevel);
     while (!pending.isEmpty()) {
         QTreeWidgetItem *item = pending.takeLast();
         const int order = item->data(0, OrderRole).toInt();

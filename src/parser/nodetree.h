@@ -36,7 +36,7 @@ public:
     static constexpr int Red = 255;
     static constexpr int Blue = 16711680;
 
-    // Nodes in the order they were added (the collection's index order).
+    // Nodes in the order they were added (the collection's index order), once any batch is over.
     QList<QTreeWidgetItem *> nodesInOrder() const;
 
     // While a batch is open, new top-level nodes are held back and attached when it closes,

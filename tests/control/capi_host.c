@@ -198,16 +198,22 @@ static void testSandboxRefusal(void)
 
 struct ThreadResult {
     int wrongThreadStatus;
+    int editorRefused;
     TamberlineControl *foreign;
 };
 
-/* A control belongs to the thread that made it. */
+/* A control belongs to the thread that made it, and editors open only on the main thread. */
 static void *otherThread(void *argument)
 {
     struct ThreadResult *result = (struct ThreadResult *)argument;
+    TamberlineControl *own = NULL;
+    int16_t flag = 1;
     char *text = NULL;
     result->wrongThreadStatus = tamberline_Url1_get(result->foreign, &text);
     tamberline_free_string(text);
+    result->editorRefused = tamberline_create(&own) == 0 && tamberline_EditQueryItem(own, &flag) == 5
+                            && lastErrorMentions("another thread");
+    tamberline_release(own);
     return NULL;
 }
 
@@ -215,12 +221,13 @@ static void testThreads(void)
 {
     TamberlineControl *control = NULL;
     pthread_t thread;
-    struct ThreadResult result = {0, NULL};
+    struct ThreadResult result = {0, 0, NULL};
     CHECK(tamberline_create(&control) == 0);
     result.foreign = control;
     CHECK(pthread_create(&thread, NULL, otherThread, &result) == 0);
     CHECK(pthread_join(thread, NULL) == 0);
     CHECK(result.wrongThreadStatus == 5);
+    CHECK(result.editorRefused);
     CHECK(tamberline_release(control) == 0);
 }
 

@@ -98,6 +98,7 @@ private slots:
         tree.add(QString(), u"K99"_s, u"holder"_s);
         int16_t count = 0;
         AddElementBranch(document, 0, 99, tree, count);
+        AddElementBranch(document, 3, 99, tree, count); // past the last element: nothing
         QCOMPARE(count, int16_t(5));
         QTreeWidgetItem *bodyNode = tree.node(u"K0"_s);
         QCOMPARE(bodyNode->parent(), tree.node(u"K99"_s));
