@@ -356,12 +356,13 @@ qsizetype NestingScan::findEndTag(qsizetype from, int name) const
         if (!lt)
             return m_size;
         j = static_cast<const char *>(lt) - m_data;
-        if (j + 2 + length <= m_size && m_data[j + 1] == '/') {
+        // An end tag cut off by the end of the page ends nothing: the scan stops there anyway.
+        if (byteAt(j + 1) == '/') {
             bool same = true;
             for (qsizetype k = 0; k < length && same; ++k)
-                same = asciiLower(m_data[j + 2 + k]) == text[k];
-            const qsizetype after = j + 2 + length;
-            if (same && (after >= m_size || isSpace(m_data[after]) || m_data[after] == '/' || m_data[after] == '>'))
+                same = asciiLower(byteAt(j + 2 + k)) == text[k];
+            const char after = byteAt(j + 2 + length);
+            if (same && (isSpace(after) || after == '/' || after == '>'))
                 return j;
         }
         ++j;
@@ -616,7 +617,7 @@ void NestingScan::htmlEndTag(int name)
         const bool pointed = std::exchange(m_formOpen, false);
         if (!pointed || !inScope(N_form, DefaultScope))
             return;
-        generateImpliedEndTags(-1);
+        generateImpliedEndTags();
         // The form leaves the stack but not the tree: what it holds still nests inside it.
         const int form = lastPosition(N_form);
         const std::vector<Entry> above(m_stack.begin() + form + 1, m_stack.end());

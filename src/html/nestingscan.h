@@ -73,7 +73,7 @@ private:
     bool isIntegrationPoint(int name, Space space) const;
     int tableContext() const;
     bool inSelect() const;
-    void generateImpliedEndTags(int except);
+    void generateImpliedEndTags(int except = -1);
 
     const char *m_data;
     qsizetype m_size;

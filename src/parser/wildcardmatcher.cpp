@@ -210,9 +210,10 @@ bool Evaluation::resume(Frame &frame, int16_t called, int16_t &answer)
         answer = called == 1 ? 1 : 0;
         return true;
     case Kind::Literal:
-        answer = called > 0 ? frame.p : 0;
-        return true;
+        break;
     }
+    // A literal is found where it was if what follows it matched.
+    answer = called > 0 ? frame.p : 0;
     return true;
 }
 

@@ -178,7 +178,7 @@ private slots:
             "<table>", "</table>", "<tr>", "</tr>", "<td>", "</td>", "<th>", "<tbody>", "<caption>", "<colgroup>",
             "<form>", "</form>", "<select>", "<option>", "</option>", "<optgroup>", "</optgroup>", "</select>",
             "<div>", "</div>", "<p>", "</p>", "<ul>", "</ul>", "<li>", "</li>", "<dl>", "<dt>", "<dd>", "<h1>", "<h6>", "</h1>",
-            "<br>", "</br>", "<img/>", "<div/>", "<button>", "</button>", "<span>", "</span>", "<head>", "<ASIDE>", "</ x>", "</>", "<?>", "<Zz>text</zZ>",
+            "<br\t>", "</br>", "<img\f/>", "<div/>", "<button>", "</button>", "<span>", "</span>", "<html><head>", "<ASIDE>", "</ x>", "</>", "<?>", "<Zz>text</zZ>",
             "<script><xscript><div></script>", "<!--a>--p><p>--!>", "<!--->", "<textarea><p></textarea>", "<div / id=a title = '>'<p>",
             "<p hidden class=\"<p>\"><span>", "<span title=a=\">\"<p>\">",
             "<svg>", "</svg>", "<g>", "<g x/>", "<foreignObject>", "<desc>", "<math>", "<mi>", "<mo>", "<ms>", "<mtext>", "</math>", "<![CDATA[<p>]]>",
