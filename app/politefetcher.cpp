@@ -64,7 +64,7 @@ PoliteFetcher::PoliteFetcher(const FetchSettings &settings, QObject *parent)
 
 void PoliteFetcher::get(const QUrl &url, Done done)
 {
-    m_hosts[hostKeyOf(url)].waiting.push_back({url, std::move(done), 0, 0});
+    m_hosts[hostKeyOf(url)].waiting.push_back({url, std::move(done)});
     pump();
 }
 
@@ -75,7 +75,7 @@ void PoliteFetcher::pump()
     for (auto host = m_hosts.begin(); host != m_hosts.end();) {
         Host &h = host.value();
         while (m_running < m_settings.jobs && h.running < m_settings.perHost) {
-            const qint64 spaced = h.lastStart < 0 ? 0 : h.lastStart + m_settings.delayMs;
+            const qint64 spaced = h.lastStart + m_settings.delayMs;
             // The first request whose pause is over; one waiting to be tried again holds up no other.
             auto ready = std::find_if(h.waiting.begin(), h.waiting.end(), [&](const Request &r) { return r.notBefore <= at; });
             if (ready == h.waiting.end() || spaced > at) {
@@ -90,7 +90,7 @@ void PoliteFetcher::pump()
         }
         // A host with nothing to do is forgotten once its delay is over, so that a table of
         // many hosts costs no memory for those it is done with.
-        if (h.waiting.empty() && h.running == 0 && (h.lastStart < 0 || at - h.lastStart >= m_settings.delayMs))
+        if (h.waiting.empty() && h.running == 0 && at - h.lastStart >= m_settings.delayMs)
             host = m_hosts.erase(host);
         else
             ++host;
@@ -158,7 +158,6 @@ void PoliteFetcher::finished(const QString &hostKey, Request request, QNetworkRe
     if (again && request.attempt < m_settings.retries) {
         request.notBefore = now() + retryPause(request.attempt, reply->rawHeader("Retry-After"));
         ++request.attempt;
-        ++m_retriesMade;
         m_hosts[hostKey].waiting.push_back(std::move(request));
     } else {
         request.done(fetched);
@@ -173,9 +172,16 @@ qint64 PoliteFetcher::retryPause(int attempt, const QByteArray &retryAfter) cons
         const qint64 seconds = retryAfter.trimmed().toLongLong(&isNumber);
         if (isNumber && seconds >= 0)
             return std::min(seconds * 1000, LongestPauseMs);
-        const QDateTime when = QDateTime::fromString(QString::fromLatin1(retryAfter.trimmed()), Qt::RFC2822Date);
+        // An HTTP date ends in "GMT", which Qt reads only as an offset.
+        QString date = QString::fromLatin1(retryAfter.trimmed());
+        if (date.endsWith(QLatin1String(" GMT")))
+            date.replace(date.size() - 3, 3, QStringLiteral("+0000"));
+        const QDateTime when = QDateTime::fromString(date, Qt::RFC2822Date);
         if (when.isValid())
             return std::clamp<qint64>(QDateTime::currentDateTimeUtc().msecsTo(when), 0, LongestPauseMs);
     }
-    return std::min(FirstPauseMs << std::min(attempt, 16), LongestPauseMs);
+    qint64 pause = FirstPauseMs;
+    for (int i = 0; i < attempt; ++i)
+        pause = std::min(pause * 2, LongestPauseMs);
+    return pause;
 }

@@ -9,6 +9,7 @@
 
 #include <deque>
 #include <functional>
+#include <limits>
 
 // How a batch fetches: what it asks of each host and how it answers failures.
 struct FetchSettings {
@@ -42,7 +43,6 @@ public:
     explicit PoliteFetcher(const FetchSettings &settings, QObject *parent = nullptr);
 
     void get(const QUrl &url, Done done);
-    qint64 retriesMade() const { return m_retriesMade; }
 
 private:
     struct Request {
@@ -54,7 +54,7 @@ private:
     struct Host {
         std::deque<Request> waiting;
         int running = 0;
-        qint64 lastStart = -1;
+        qint64 lastStart = std::numeric_limits<qint64>::min() / 2; // long enough ago for any delay
     };
 
     void pump();
@@ -66,6 +66,5 @@ private:
     QNetworkAccessManager m_manager;
     QHash<QString, Host> m_hosts;
     int m_running = 0;
-    qint64 m_retriesMade = 0;
     QTimer m_wake;
 };

@@ -2,10 +2,12 @@
 
 Each server is one host to the fetcher (its own port). /item/N answers, by N:
   N == 1009     503 the first three times: the fetcher's last retry gets it
-  N % 13 == 0   503 the first time
+  N == 1021     503 always
+  N % 13 == 0   500 (odd N) or 503 the first time
   N % 17 == 0   429 with Retry-After: 1 the first time
+  N == 1019     429 with a Retry-After date 2 s ahead the first time
   N == 1013     not within the fetcher's 2 s the first time
-  N % 97 == 0   slowly (0.3 s)
+  N % 97 == 0   slowly (0.3 s), and so do 300 to 319, which pile up if a host's limit lets them
   N % 23 == 0   404, always
   N % 29 == 0   a redirect to /moved/N
   N == 62       a redirect to a scheme the fetcher does not speak: wrong however often tried
@@ -15,6 +17,7 @@ The server counts the requests it is answering at once, per host, and every requ
 """
 
 import collections
+import email.utils
 import http.server
 import json
 import threading
@@ -32,8 +35,8 @@ def page(n):
 
 def expected(n, host):
     """The result fields a row with id n on host gives."""
-    if n % 23 == 0 or n == 62:
-        return {"reason": "page-error", "text": None, "status": 302 if n == 62 else 404}
+    if n % 23 == 0 or n in (62, 1021):
+        return {"reason": "page-error", "text": None, "status": {62: 302, 1021: 503}.get(n, 404)}
     path = f"/moved/{n}" if n % 29 == 0 else f"/item/{n}"
     return {"reason": None, "text": price(n), "status": 200, "final": f"http://{host}{path}"}
 
@@ -87,13 +90,15 @@ class Handler(http.server.BaseHTTPRequestHandler):
             return self.send(404, b"gone")
         if n == 62:
             return self.send(302, headers=[("Location", "ftp://127.0.0.1/")])
-        if n == 1009 and seen <= 3:
+        if n == 1009 and seen <= 3 or n == 1021:
             return self.send(503, b"busy")
         if n % 13 == 0 and seen == 1:
-            return self.send(503, b"busy")
+            return self.send(500 if n % 2 else 503, b"busy")
         if n % 17 == 0 and seen == 1:
             return self.send(429, b"slow down", [("Retry-After", "1")])
-        if n % 97 == 0:
+        if n == 1019 and seen == 1:
+            return self.send(429, b"slow down", [("Retry-After", email.utils.formatdate(time.time() + 2, usegmt=True))])
+        if n % 97 == 0 or 300 <= n < 320:
             time.sleep(0.3)
         if n == 93:  # its bytes over 0x7F read as U+F780 on
             return self.send(200, page(n).replace("\uf7e9", "\xe9").encode("iso-8859-1"),
