@@ -4,11 +4,12 @@ batch_run.py PROGRAM CONTRIB_DASK (http | resume | dask)
   http    2,000 rows over two hosts: every row's result right and in order, the per-host limit
           kept, failures and timeouts tried again and 404 or a redirect to another scheme not, the
           User-Agent
-  resume  a batch killed with SIGKILL at random moments, a last line cut short, and a SIGINT,
-          each resumed: the same file as one uninterrupted run
+  resume  a batch killed with SIGKILL at random moments (reading the table as JSON lines), a last
+          line cut short, and a SIGINT, each resumed: the same file as one uninterrupted run
   dask    the table on a local Dask cluster of two worker processes: the same file again
 """
 
+import csv
 import json
 import os
 import pty
@@ -33,8 +34,8 @@ def fail(message):
     sys.exit(1)
 
 
-def run(program, folder, *arguments):
-    return subprocess.run([program, "run", os.path.join(folder, "q.json"), "--values", os.path.join(folder, "t.csv"),
+def run(program, folder, *arguments, table="t.csv"):
+    return subprocess.run([program, "run", os.path.join(folder, "q.json"), "--values", os.path.join(folder, table),
                            "--format", "json", "--jobs", "8", *arguments], capture_output=True, timeout=300)
 
 
@@ -135,8 +136,13 @@ def check_resume(program, folder, seed):
     check_progress_line(shown, took)
     rng = random.Random(seed)
     out = os.path.join(folder, "killed.jsonl")
+    # The same table as JSON lines, which must give the same rows.
+    table = os.path.join(folder, "t.jsonl")
+    with open(os.path.join(folder, "t.csv"), newline="") as csv_table, open(table, "w") as json_table:
+        for values in csv.DictReader(csv_table):
+            json_table.write(json.dumps({k: v for k, v in values.items() if v is not None}) + "\n")
     for _ in range(3):
-        batch = subprocess.Popen([program, "run", os.path.join(folder, "q.json"), "--values", os.path.join(folder, "t.csv"),
+        batch = subprocess.Popen([program, "run", os.path.join(folder, "q.json"), "--values", table,
                                   "--format", "json", "--jobs", "8", "--output", out, "--resume"],
                                  stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
         time.sleep(rng.uniform(0.05, took * 0.6))
@@ -148,7 +154,7 @@ def check_resume(program, folder, seed):
         last = data.rstrip(b"\n").rfind(b"\n") + 1
         with open(out, "wb") as cut:
             cut.write(data[:last + (len(data) - last) // 2])
-    run(program, folder, "--output", out, "--resume")
+    run(program, folder, "--output", out, "--resume", table=table)
     if open(out, "rb").read() != open(reference, "rb").read():
         fail(f"killed and resumed (seed {seed}): not the uninterrupted run's results")
 
