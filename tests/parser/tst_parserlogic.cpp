@@ -239,8 +239,10 @@ private slots:
         ratios.horizontalDropped(700, 1000);
         QCOMPARE(ratios.horizontal, 0.7f);
         ratios.horizontalDropped(0, 1000); // a collapsed pane keeps the ratio it had
+        ratios.horizontalDropped(500, 0); // and so does a window with no width
         QCOMPARE(ratios.horizontal, 0.7f);
         ratios.verticalDropped(0, 400);
+        ratios.verticalDropped(100, 0);
         QCOMPARE(ratios.vertical, 0.0f);
         ratios.resetUnset();
         QCOMPARE(ratios.vertical, 0.5f);
