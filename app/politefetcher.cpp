@@ -109,13 +109,10 @@ void PoliteFetcher::start(const QString &hostKey, Request request)
     ++m_hosts[hostKey].running;
     auto timedOut = std::make_shared<bool>(false);
     auto tooLong = std::make_shared<bool>(false);
-    auto *timer = new QTimer(reply);
-    timer->setSingleShot(true);
-    connect(timer, &QTimer::timeout, reply, [reply, timedOut] {
+    QTimer::singleShot(m_settings.timeoutMs, reply, [reply, timedOut] {
         *timedOut = true;
         reply->abort();
     });
-    timer->start(m_settings.timeoutMs);
     connect(reply, &QNetworkReply::downloadProgress, reply, [this, reply, tooLong](qint64 received, qint64) {
         if (received > m_settings.maxBytes && !*tooLong) {
             *tooLong = true;
