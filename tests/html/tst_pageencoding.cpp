@@ -21,7 +21,7 @@ private slots:
         QTest::newRow("transport charset without a value") << gbk << QByteArray("text/html; charset= ") << QByteArray("GBK");
         QTest::newRow("not a tag; labels in any case with blanks") << QByteArray("<1 <META\rCHARSET = ' Koi8-R '>") << QByteArray() << QByteArray("KOI8-R");
         QTest::newRow("http-equiv needs the pragma")
-            << QByteArray("<meta content='text/html; charset=koi8-r'><meta http-equiv=content-type content='charset=koi8-u'>")
+            << QByteArray("<meta content='text/html; charset=koi8-r'><meta http-equiv=content-type content='charset = koi8-u'>")
             << QByteArray() << QByteArray("KOI8-U");
         QTest::newRow("a page cannot declare utf-16") << QByteArray("<meta charset=utf-16>\xff") << QByteArray() << QByteArray("UTF-8");
         QTest::newRow("x-user-defined reads as windows-1252") << QByteArray("<meta charset=x-user-defined>") << QByteArray()
@@ -33,6 +33,7 @@ private slots:
             << QByteArray("<a title='<meta charset=gbk>'><A title='<meta charset=big5>'></a x='><meta charset=gbk>'>"
                           "<?php <meta charset=gbk>?></ x <meta charset=big5>><meta/charset=euc-kr>") << QByteArray() << QByteArray("EUC-KR");
         QTest::newRow("a bogus comment ends at its first >") << QByteArray("<!x a='><meta charset=gbk>'>") << QByteArray() << QByteArray("GBK");
+        QTest::newRow("an end tag does not leave the head") << "<head>" + QByteArray(1100, ' ') + "</x><meta charset=gbk>" << QByteArray() << QByteArray("GBK");
         QTest::newRow("not past the head after the first kilobyte")
             << QByteArray("<p>" + QByteArray(1100, 'x') + "<meta charset=gbk>\xc4\xe3") << QByteArray() << QByteArray("windows-1252");
         QTest::newRow("undeclared UTF-8") << QByteArray("<p>caf\xc3\xa9") << QByteArray() << QByteArray("UTF-8");

@@ -73,7 +73,6 @@ private slots:
         QTest::newRow("32,767 elements fit") << 32767 << 32768 << 0;
         QTest::newRow("32,768 fill the tree, then overflow") << 32768 << 32769 << 6;
         QTest::newRow("32,769 leave the root alone") << 32769 << 1 << 6;
-        QTest::newRow("100,000 leave the root alone") << 100000 << 1 << 6;
     }
 
     void sixteenBitLimit()
@@ -135,7 +134,6 @@ private slots:
         QCOMPARE(outcome([&] { tree.add(QString(), u"K1"_s, u"B"_s); }), u"error 35602"_s);
         QCOMPARE(outcome([&] { tree.add(u"K7"_s, u"K8"_s, u"C"_s); }), u"error 35601"_s);
         QCOMPARE(outcome([&] { tree.node(u"K8"_s); }), u"error 35601"_s);
-        QCOMPARE(tree.count(), 1);
     }
 };
 
