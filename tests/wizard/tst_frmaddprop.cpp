@@ -53,10 +53,10 @@ private slots:
     {
         frmAddProp dialog;
         dialog.SetAttributeLine(-1, u"a=1"_s);
-        dialog.SetAttributeLine(5, u"b=2"_s);
+        dialog.SetAttributeLine(1, u"b=2"_s); // at the end: added
         dialog.SetAttributeLine(-1, u"a=1"_s); // taken as it is: no duplicate check
-        dialog.SetAttributeLine(1, u"c=3"_s);  // in place
-        QCOMPARE(dialog.lines(), (QStringList{u"a=1"_s, u"c=3"_s, u"a=1"_s}));
+        dialog.SetAttributeLine(0, u"c=3"_s);  // in place
+        QCOMPARE(dialog.lines(), (QStringList{u"c=3"_s, u"b=2"_s, u"a=1"_s}));
         QCOMPARE(dialog.GetAttributeLine(2), u"a=1"_s);
         QCOMPARE(dialog.GetAttributeLine(-1), QString());
         QCOMPARE(dialog.GetAttributeLine(3), QString());
