@@ -70,7 +70,7 @@ void appendText(QList<Document::ChildNode> &children, const QString &text, bool 
             graphemes.setPosition(end - window);
             if (!graphemes.isAtBoundary()) {
                 const qsizetype previous = graphemes.toPreviousBoundary();
-                if (previous > 0 && window + previous > begin)
+                if (previous > 0) // past the window's start, so past begin: each text holds something
                     end = window + previous;
             }
         }
