@@ -1,9 +1,9 @@
 """tamberline run --values against pages served on the loopback.
 
 batch_run.py PROGRAM CONTRIB_DASK (http | resume | dask)
-  http    2,000 rows over two hosts: every row's result right and in order, the per-host limit
-          kept, failures and timeouts tried again and 404 or a redirect to another scheme not, the
-          User-Agent
+  http    2,000 rows over two hosts: every row's result right and in order, the per-host and
+          job limits kept, failures and timeouts tried again and 404 or a redirect to another
+          scheme not, the User-Agent
   resume  a batch killed with SIGKILL at random moments (reading the table as JSON lines), a last
           line cut short, and a SIGINT, each resumed: the same file as one uninterrupted run
   dask    the table on a local Dask cluster of two worker processes: the same file again
@@ -39,13 +39,13 @@ def run(program, folder, *arguments, table="t.csv"):
                            "--format", "json", "--jobs", "8", *arguments], capture_output=True, timeout=300)
 
 
-def run_on_terminal(program, folder, *arguments):
+def run_on_terminal(program, folder, *arguments, jobs=8):
     """Runs with standard error on a terminal; returns the exit status, what the terminal got and
     the seconds it took."""
     started = time.monotonic()
     master, slave = pty.openpty()
     batch = subprocess.Popen([program, "run", os.path.join(folder, "q.json"), "--values", os.path.join(folder, "t.csv"),
-                              "--format", "json", "--jobs", "8", *arguments], stdout=subprocess.DEVNULL, stderr=slave)
+                              "--format", "json", "--jobs", str(jobs), *arguments], stdout=subprocess.DEVNULL, stderr=slave)
     os.close(slave)
     shown = b""
     while True:
@@ -88,7 +88,8 @@ def check_progress_line(shown, seconds):
 
 def check_http(program, folder, servers):
     out = os.path.join(folder, "out.jsonl")
-    status, shown, seconds = run_on_terminal(program, folder, "--per-host", "2", "--timeout", "2", "--output", out)
+    # Fewer jobs than the two hosts' limits allow together: the slow pages show if either limit is passed.
+    status, shown, seconds = run_on_terminal(program, folder, "--per-host", "2", "--timeout", "2", "--output", out, jobs=3)
     if status != 1:
         fail(f"exit status {status}, not 1 for the rows without a result: {shown[-2000:]}")
     if shown.count('column "note" fills no marker') != 1:
@@ -115,6 +116,8 @@ def check_http(program, folder, servers):
             fail(f"{stats.most} requests at once to {server.host}")
         if stats.agents != {"tamberline/0.1"} and not all(a.startswith("tamberline/") for a in stats.agents):
             fail(f"User-Agent {stats.agents}")
+    if batchserver.EVERYWHERE.most != 3:
+        fail(f"{batchserver.EVERYWHERE.most} requests at once with 3 jobs")
     requests = sum((s.stats.requests for s in servers), batchserver.collections.Counter())
     for n, times in ((13, 2), (17, 2), (23, 1), (26, 2), (46, 1), (62, 1), (1009, 4), (1013, 2), (1019, 2), (1021, 4)):
         if requests[f"/item/{n}"] != times:

@@ -13,7 +13,8 @@ Each server is one host to the fetcher (its own port). /item/N answers, by N:
   N == 62       a redirect to a scheme the fetcher does not speak: wrong however often tried
   N == 93       in x-user-defined, said only in the Content-Type header
   N % 5 == 0    in ISO-8859-1, said only in the Content-Type header
-The server counts the requests it is answering at once, per host, and every request by path.
+The server counts the requests it is answering at once, per host and over all hosts, and every
+request by path.
 """
 
 import collections
@@ -62,6 +63,9 @@ class Handler(http.server.BaseHTTPRequestHandler):
         with stats.lock:
             stats.active += 1
             stats.most = max(stats.most, stats.active)
+        with EVERYWHERE.lock:
+            EVERYWHERE.active += 1
+            EVERYWHERE.most = max(EVERYWHERE.most, EVERYWHERE.active)
             stats.requests[self.path] += 1
             stats.times[self.path].append(time.monotonic())
             seen = stats.requests[self.path]
@@ -72,6 +76,8 @@ class Handler(http.server.BaseHTTPRequestHandler):
         finally:
             with stats.lock:
                 stats.active -= 1
+            with EVERYWHERE.lock:
+                EVERYWHERE.active -= 1
         if self.path == "/item/1013" and seen == 1:
             time.sleep(2.5)  # not counted as running: the fetcher has given up on it
         self.wfile.write(self.answer_bytes)
@@ -117,6 +123,8 @@ class Stats:
         self.times = collections.defaultdict(list)
         self.agents = set()
 
+
+EVERYWHERE = Stats()  # what all servers answer at once
 
 class Server(http.server.ThreadingHTTPServer):
     daemon_threads = True
