@@ -39,11 +39,8 @@ void Document::setText(QString text)
     m_upperText = toUpperKeepingLength(m_text);
 }
 
-Document::TextRange Document::appendText(QStringView text)
+Document::TextRange Document::appendText(QString text)
 {
-    // A view of the text itself could dangle once the append moves the text.
-    if (!text.isEmpty() && text.data() >= m_text.constData() && text.data() < m_text.constData() + m_text.size())
-        return appendText(text.toString());
     const TextRange range{m_text.size(), text.size()};
     m_text.append(text);
     m_upperText.resize(m_text.size());
@@ -53,7 +50,7 @@ Document::TextRange Document::appendText(QStringView text)
 
 int Document::append(Element element, QStringView innerText)
 {
-    element.innerText = appendText(innerText);
+    element.innerText = appendText(innerText.toString());
     elements.append(std::move(element));
     return length() - 1;
 }

@@ -74,8 +74,9 @@ public:
     const QString &text() const { return m_text; }
     // Replaces the whole text; the elements' ranges are the caller's to set.
     void setText(QString text);
-    // Adds text at the end and gives where it went.
-    TextRange appendText(QStringView text);
+    // Adds text at the end and gives where it went. Taken as a copy: a view of the document's
+    // own text would dangle once the append moves it.
+    TextRange appendText(QString text);
     // Adds an element whose innerText is added at the end of the text; gives its sourceIndex.
     int append(Element element, QStringView innerText = {});
 

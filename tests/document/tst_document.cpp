@@ -47,19 +47,6 @@ private slots:
         QCOMPARE(document.upperInnerText(2), u"RA\u00df");
         QCOMPARE(document.text(), u"Stra\u00dfe");
     }
-
-    void textAppendedFromItself()
-    {
-        Document document;
-        document.appendText(u"ab");
-        // Each append outgrows the text, so a view of it would dangle if read after the append.
-        for (int i = 0; i < 12; ++i)
-            document.appendText(document.text());
-        QCOMPARE(document.text().size(), 2 << 12);
-        document.append({u"P"_s, -1}, QStringView(document.text()).first(4));
-        QCOMPARE(document.innerText(0), u"abab");
-        QCOMPARE(document.upperInnerText(0), u"ABAB");
-    }
 };
 
 QTEST_APPLESS_MAIN(tst_Document)

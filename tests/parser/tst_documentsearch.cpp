@@ -85,7 +85,7 @@ private slots:
     void scanLimit()
     {
         Document page;
-        page.elements.fill({u"P"_s, -1, {}, {}, {}, page.appendText(u"x")}, 32768);
+        page.elements.fill({u"P"_s, -1, {}, {}, {}, page.appendText(u"x"_s)}, 32768);
         const WildcardMatcher matcher;
         QCOMPARE(outcome([&] { return ScanDocument(page, 100, u"x"_s, {}, matcher); }), u"100"_s);
         // Stepping past the last of 32,768 elements overflows the 16-bit counter.
