@@ -707,10 +707,8 @@ void frmMain::SelectNodeForSelection()
 void frmMain::selectNode(QTreeWidgetItem *node)
 {
     const QScopedValueRollback selecting(m_selectingNode, true);
-    for (QTreeWidgetItem *parent = node->parent(); parent; parent = parent->parent())
-        parent->setExpanded(true);
     ui->tvu->setCurrentItem(node);
-    ui->tvu->scrollToItem(node);
+    ui->tvu->scrollToItem(node); // expands the node's parents too
 }
 
 void frmMain::selectElementNode(int sourceIndex)

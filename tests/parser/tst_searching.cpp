@@ -125,7 +125,14 @@ private slots:
         session.control.setSearchText(u"Apples"_s);
         session.edit([&](frmMain *parser) {
             QTRY_VERIFY(!selectedKey(parser).isEmpty());
+            const QString apples = selectedKey(parser);
             auto *search = child<QLineEdit>(parser, "txtSearchText");
+            // Searching for nothing goes back to the document, so the next search starts at the top.
+            search->clear();
+            clickButton(parser, "cmdSearch");
+            search->setText(u"Apples"_s);
+            clickButton(parser, "cmdSearch");
+            QCOMPARE(selectedKey(parser), apples);
             openNodeMenu(parser);
             session.script.answerMessageBox(Dialogs::Cancel);
             chooseFromMenu(parser, "mnu_NodeOperAddText");
