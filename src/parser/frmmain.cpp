@@ -426,11 +426,7 @@ void frmMain::cmdExpandAll_Click()
     if (m_expandAllBusy)
         return;
     const QScopedValueRollback busy(m_expandAllBusy, true);
-    m_stopRequested = false;
-    const int generation = m_tree.generation();
-    TreeWalks::SetAllExpanded(
-        m_tree.nodesInOrder(), true, [] { QCoreApplication::processEvents(); },
-        [&] { return m_stopRequested || m_tree.generation() != generation || !isVisible(); });
+    setAllExpanded(true);
     ui->tvu->show();
 }
 
@@ -439,10 +435,15 @@ void frmMain::cmdCollapseAll_Click()
     if (m_collapseAllBusy)
         return;
     const QScopedValueRollback busy(m_collapseAllBusy, true);
+    setAllExpanded(false);
+}
+
+void frmMain::setAllExpanded(bool expanded)
+{
     m_stopRequested = false;
     const int generation = m_tree.generation();
     TreeWalks::SetAllExpanded(
-        m_tree.nodesInOrder(), false, [] { QCoreApplication::processEvents(); },
+        m_tree.nodesInOrder(), expanded, [] { QCoreApplication::processEvents(); },
         [&] { return m_stopRequested || m_tree.generation() != generation || !isVisible(); });
 }
 

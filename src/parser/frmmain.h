@@ -148,6 +148,8 @@ private:
     void waitForDocument();
     void treeMouseMove(const QPoint &position);
     void treeMouseUp(Qt::MouseButton button, const QPoint &position);
+    // Walks the whole tree, yielding to events; Escape, a new page or closing the window ends it.
+    void setAllExpanded(bool expanded);
     void setStatusText(const QString &text);
     // The element behind a node: its sourceIndex, or the document element for the root.
     int elementOf(const QTreeWidgetItem *node) const;

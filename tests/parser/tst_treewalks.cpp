@@ -79,14 +79,15 @@ private slots:
     // walk.
     void expandAllWhileRunning_data()
     {
-        addColumns<bool, int>("escape", "opened");
-        QTest::newRow("Escape stops the walk") << true << 10;
-        QTest::newRow("a second click is ignored") << false << 50;
+        addColumns<int, int>("interruption", "opened");
+        QTest::newRow("Escape stops the walk") << 0 << 10;
+        QTest::newRow("a second click is ignored") << 1 << 50;
+        QTest::newRow("a new page stops it") << 2 << 10;
     }
 
     void expandAllWhileRunning()
     {
-        const auto [escape, expectedOpened] = fetchRow<bool, int>("escape", "opened");
+        const auto [interruption, expectedOpened] = fetchRow<int, int>("interruption", "opened");
         frmMain parser;
         QTreeWidget *view = chainIn(parser, 50);
         int opened = 0;
@@ -94,10 +95,12 @@ private slots:
         connect(view, &QTreeWidget::itemExpanded, this, [&] {
             if (++opened != 10)
                 return;
-            if (escape) // the walk sees the key at its next yield
+            if (interruption == 0) // the walk sees the key at its next yield
                 QCoreApplication::postEvent(view, new QKeyEvent(QEvent::KeyPress, Qt::Key_Escape, Qt::NoModifier));
-            else
+            else if (interruption == 1)
                 parser.cmdExpandAll_Click(); // returns at once
+            else
+                parser.nodeTree().clear(); // the nodes still to walk are gone
             hiddenMeanwhile = view->isHidden();
         });
         parser.cmdExpandAll_Click();
