@@ -264,12 +264,10 @@ void frmMain::EditQuery()
 
 void frmMain::todoSequencer_Timer()
 {
-    if (m_actionQueue.isEmpty()) {
-        m_todoSequencer->stop();
-        return;
-    }
     // Paused while an action runs: a message box it shows must not let the next tick in.
     m_todoSequencer->stop();
+    if (m_actionQueue.isEmpty())
+        return;
     const QString action = m_actionQueue.first();
     runHandler(this, HandlerOrigin::Internal, [&] {
         if (action == GoAction)
@@ -340,7 +338,6 @@ bool frmMain::SearchDocument()
     while (true) {
         const int found = ScanDocument(*m_hdoc, m_searchStart, searchText, filters, m_matcher);
         if (found >= 0) {
-            m_searchStart = checkedInt16(static_cast<long long>(found) + 1);
             QTreeWidgetItem *node = m_tree.node(nodeKey(found));
             selectNode(node);
             NodeClick(node);

@@ -167,6 +167,7 @@ private slots:
         for (QAction *picked : {parser.favoriteItems().last(), parser.favoriteItems().first()}) {
             picked->trigger();
             QCOMPARE(child<QComboBox>(&parser, "cmboUrl")->currentText(), picked->data().toString());
+            QCOMPARE(parser.page()->requestedUrl(), QUrl(picked->data().toString()));
         }
     }
 
