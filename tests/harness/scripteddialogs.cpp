@@ -43,6 +43,7 @@ ScriptedDialogs::ScriptedDialogs()
 
 ScriptedDialogs::~ScriptedDialogs()
 {
+    QVERIFY2(done(), qPrintable(pending())); // every answer used, and nothing asked that was not expected
     Dialogs::setMessageBoxResponder({});
     Dialogs::setInputBoxResponder({});
     Dialogs::setModalHook({});

