@@ -70,7 +70,7 @@ QWebEngineProfile *WebPage::sharedProfile()
     static QPointer<QWebEngineProfile> profile;
     if (!profile) {
         profile = new QWebEngineProfile(QCoreApplication::instance());
-        lockDown(profile->settings());
+        lockDown(profile->settings()); // every page's settings fall back to these
         QWebEngineScript bridge;
         bridge.setName(QStringLiteral("tamberline-bridge"));
         bridge.setSourceCode(bridgeSource());
@@ -86,7 +86,6 @@ WebPage::WebPage(QObject *parent)
     : QWebEnginePage(sharedProfile(), parent)
     , m_bridge(new PageBridge(this))
 {
-    lockDown(settings());
     auto *channel = new QWebChannel(this);
     channel->registerObject(QStringLiteral("pageEvents"), m_bridge);
     setWebChannel(channel, SafeJsWorld);
