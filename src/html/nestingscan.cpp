@@ -350,8 +350,7 @@ qsizetype NestingScan::findEndTag(qsizetype from, int name) const
 {
     const QByteArrayView text = name < KnownNames ? QByteArrayView(kNames[name].text) : QByteArrayView();
     const qsizetype length = text.size();
-    qsizetype j = from;
-    while (j < m_size) {
+    for (qsizetype j = from;; ++j) {
         const void *lt = std::memchr(m_data + j, '<', size_t(m_size - j));
         if (!lt)
             return m_size;
@@ -365,9 +364,7 @@ qsizetype NestingScan::findEndTag(qsizetype from, int name) const
             if (same && (isSpace(after) || after == '/' || after == '>'))
                 return j;
         }
-        ++j;
     }
-    return m_size;
 }
 
 qsizetype NestingScan::startTag(qsizetype at)
