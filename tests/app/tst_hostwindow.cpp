@@ -9,6 +9,7 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDir>
+#include <QFileDialog>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPlainTextEdit>
@@ -22,6 +23,16 @@
 #include <sys/stat.h>
 
 using namespace Qt::StringLiterals;
+
+// Picks path in the file dialog that the next step opens.
+void pickInFileDialog(const QString &path)
+{
+    QTimer::singleShot(0, [path] {
+        auto *dialog = static_cast<QFileDialog *>(QApplication::activeModalWidget());
+        dialog->selectFile(path);
+        static_cast<QDialog *>(dialog)->accept();
+    });
+}
 
 class tst_HostWindow : public QObject
 {
@@ -179,7 +190,8 @@ private slots:
         query.ElemAttribs = {u"a=1"_s, u"  "_s, u"b=2"_s, QString()};
         query.save(path);
         HostWindow window;
-        QVERIFY(window.openFile(path));
+        pickInFileDialog(path);
+        window.findChild<QAction *>(u"actOpen"_s)->trigger();
         QVERIFY(!window.isModified());
         QCOMPARE(window.findChild<QLineEdit *>(u"txtSearchText"_s)->text(), query.SearchText);
         // No search reads b=2: the user is told so, and the file keeps it.
@@ -199,6 +211,10 @@ private slots:
         edited.AllowNav2 = !query.AllowNav2;
         QCOMPARE(QueryFile::load(path), edited);
         QCOMPARE(window.statusBar()->currentMessage(), u"Saved "_s + path);
+        const QString copy = m_dir.filePath(u"copy.json"_s);
+        pickInFileDialog(copy);
+        window.findChild<QAction *>(u"actSaveAs"_s)->trigger();
+        QCOMPARE(QueryFile::load(copy), edited);
     }
 
     void tooManyFiltersAreNotSaved()
