@@ -48,10 +48,10 @@ public:
 
 private:
     struct Pending {
-        qint64 number = 0;
+        qint64 number;
         QList<std::pair<QString, QString>> values;
         QList<std::optional<RunResult>> results;
-        int left = 0;
+        int left;
     };
 
     void fill();

@@ -168,6 +168,7 @@ private slots:
             QTRY_COMPARE(child<QWidget>(parser, "matchOverlay")->property("outlineCount").toInt(), 4);
             // Found ones in orange, with what they return dashed in blue over them.
             const QImage shot = child<QWidget>(parser, "matchOverlay")->grab().toImage();
+            QVERIFY(child<QWidget>(parser, "WebBr")->childAt(shot.rect().center()) != child<QWidget>(parser, "matchOverlay")); // clicks reach the page
             QSet<QRgb> colours;
             for (int i = 0; i < shot.width() * shot.height(); ++i)
                 colours.insert(shot.pixel(i % shot.width(), i / shot.width()));
@@ -193,6 +194,8 @@ private slots:
             // The filter let go in the list of properties: the count is of the query as it would be saved.
             child<QTreeWidget>(parser, "lstProps")->findItems(u"class"_s, Qt::MatchExactly).value(0)->setCheckState(0, Qt::Unchecked);
             QTRY_COMPARE(panel->text(), u"4 matches"_s); // the rows around the prices too
+            clickButton(parser, "cmdGo"); // the page again: nothing to step to until it is searched again
+            QVERIFY(!child<QToolButton>(parser, "cmdNextMatch")->isEnabled());
             child<QLineEdit>(parser, "txtSearchText")->setText(u"nothing like this"_s);
             QTRY_COMPARE(panel->text(), u"No match"_s);
             for (const char *button : {"cmdPreviousMatch", "cmdNextMatch"})
