@@ -165,10 +165,11 @@ private slots:
             auto *panel = child<QLabel>(parser, "lblMatches");
             QTRY_COMPARE(panel->text(), u"2 matches"_s);
             // Each found element outlined, and each returned one (the same, with offset 0) around it.
-            QTRY_COMPARE(child<QWidget>(parser, "matchOverlay")->property("outlineCount").toInt(), 4);
-            // Found ones in orange, with what they return dashed in blue over them.
-            const QImage shot = child<QWidget>(parser, "matchOverlay")->grab().toImage();
-            QVERIFY(child<QWidget>(parser, "WebBr")->childAt(shot.rect().center()) != child<QWidget>(parser, "matchOverlay")); // clicks reach the page
+            auto *overlay = child<QWidget>(parser, "matchOverlay");
+            QTRY_COMPARE(overlay->property("outlineCount").toInt(), 4);
+            // Found ones in orange, with what they return dashed in blue over them, and clicks go through to the page.
+            const QImage shot = overlay->grab().toImage();
+            QVERIFY(overlay->isVisible() && overlay->parentWidget()->childAt(shot.rect().center()) != overlay);
             QSet<QRgb> colours;
             for (int i = 0; i < shot.width() * shot.height(); ++i)
                 colours.insert(shot.pixel(i % shot.width(), i / shot.width()));
@@ -187,7 +188,7 @@ private slots:
             QCOMPARE(stepped, (QStringList{u"K9"_s, u"K12"_s, u"K9"_s}));
             // An offset past the end returns nothing, however far: 2^32 does not wrap round to 0.
             child<QLineEdit>(parser, "txtNodeOffset")->setText(u"4294967296"_s);
-            QTRY_COMPARE(child<QWidget>(parser, "matchOverlay")->property("outlineCount").toInt(), 2);
+            QTRY_COMPARE(overlay->property("outlineCount").toInt(), 2);
             const DocumentPtr after = snapshot();
             // The outlines leave the page's DOM as it was.
             QVERIFY(before->elements == after->elements && before->text() == after->text());
