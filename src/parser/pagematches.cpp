@@ -37,7 +37,6 @@ public:
         setGeometry(view->rect());
         view->installEventFilter(this);
         raise();
-        show();
     }
 
     void setOutlines(QList<Outline> outlines)
