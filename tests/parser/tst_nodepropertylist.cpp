@@ -20,15 +20,16 @@ Document page()
     return document;
 }
 
-// Each row as "name=value", with "+" when ticked and the colour: "b" blue, "r" red.
+// Each row as "name=value", with "+" when ticked and the colour both its texts are shown in: "b"
+// blue, "r" red.
 QStringList rowsOf(const QTreeWidget &list)
 {
     QStringList rows;
     for (int i = 0; i < list.topLevelItemCount(); ++i) {
         const QTreeWidgetItem *row = list.topLevelItem(i);
-        const int colour = NodePropertyList::colourOf(row);
+        const QColor colour = row->foreground(0) == row->foreground(1) ? row->foreground(1).color() : QColor();
         rows.append(row->text(0) + u'=' + row->text(1) + (row->checkState(0) == Qt::Checked ? u"+"_s : QString())
-                    + (colour == NodePropertyList::Blue ? u" b"_s : colour == NodePropertyList::Red ? u" r"_s : QString()));
+                    + (colour == QColor(Qt::blue) ? u" b"_s : colour == QColor(Qt::red) ? u" r"_s : QString()));
     }
     return rows;
 }
