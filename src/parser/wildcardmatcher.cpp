@@ -64,7 +64,7 @@ private:
     long long tokenAt(const QList<qsizetype> &next, qsizetype patternOffset, long long from) const
     {
         const qsizetype found = next[std::min<qsizetype>(patternOffset + from - 1, m_pattern.size())];
-        return found < 0 ? 0 : found - patternOffset + 1;
+        return found == -1 ? 0 : found - patternOffset + 1;
     }
 
     QStringView textFrom(qsizetype offset) const { return m_text.mid(std::min(offset, m_text.size())); }
