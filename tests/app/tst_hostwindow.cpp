@@ -202,6 +202,7 @@ private slots:
         window.show();
         QVERIFY(QTest::qWaitForWindowActive(&window));
         QTest::keyClick(window.findChild<QSpinBox *>(u"spnNodeOffset"_s), Qt::Key_Up);
+        QVERIFY(window.isWindowModified());
         QTest::keyClicks(window.findChild<QLineEdit *>(u"txtUrl1"_s), u"http://x/"_s);
         QTest::mouseClick(window.findChild<QCheckBox *>(u"chkAllowNav2"_s), Qt::LeftButton);
         QTest::keySequence(&window, QKeySequence::Save);
