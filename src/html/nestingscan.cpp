@@ -287,9 +287,11 @@ NestingScan::Tag NestingScan::readTag(qsizetype j)
             continue;
         }
         // An attribute: its name may start with '=', its value may be quoted and hold '>'.
-        ++j;
+        const qsizetype nameBegin = j++;
         while (j < m_size && !isSpace(m_data[j]) && m_data[j] != '/' && m_data[j] != '>' && m_data[j] != '=')
             ++j;
+        const QByteArrayView attribute(m_data + nameBegin, j - nameBegin);
+        QByteArrayView value;
         while (isSpace(byteAt(j)))
             ++j;
         if (byteAt(j) == '=') {
@@ -298,12 +300,22 @@ NestingScan::Tag NestingScan::readTag(qsizetype j)
                 ++j;
             if (byteAt(j) == '"' || byteAt(j) == '\'') {
                 const void *quote = std::memchr(m_data + j + 1, m_data[j], size_t(m_size - j - 1));
-                j = quote ? static_cast<const char *>(quote) - m_data + 1 : m_size;
+                if (!quote)
+                    break;
+                const qsizetype valueEnd = static_cast<const char *>(quote) - m_data;
+                value = QByteArrayView(m_data + j + 1, valueEnd - j - 1);
+                j = valueEnd + 1;
             } else {
+                const qsizetype valueBegin = j;
                 while (j < m_size && !isSpace(m_data[j]) && m_data[j] != '>')
                     ++j;
+                value = QByteArrayView(m_data + valueBegin, j - valueBegin);
             }
         }
+        // The parser reads any of a repeated attribute, not only the first.
+        if (attribute.compare("encoding", Qt::CaseInsensitive) == 0
+            && (value.compare("text/html", Qt::CaseInsensitive) == 0 || value.compare("application/xhtml+xml", Qt::CaseInsensitive) == 0))
+            tag.htmlContent = true;
     }
     return tag; // the input ended inside the tag, which a tokenizer drops
 }
@@ -383,9 +395,10 @@ qsizetype NestingScan::startTag(qsizetype at)
                 leaf();
             else
                 push(tag.name, m_stack.back().space);
+            m_stack.back().htmlContent = tag.htmlContent;
             return tag.end;
         }
-        while (m_stack.back().space != Space::Html && !isIntegrationPoint(m_stack.back().name, m_stack.back().space))
+        while (m_stack.back().space != Space::Html && !readsHtml(m_stack.back()))
             pop();
     }
     return htmlStartTag(tag.name, tag.selfClosing, tag.end);
@@ -408,9 +421,16 @@ bool NestingScan::useHtmlRules(int name) const
     const Entry &top = m_stack.back();
     if (top.space == Space::Html)
         return true;
-    if (top.space == Space::MathMl && top.name == N_annotationxml)
-        return name == N_svg;
-    return isIntegrationPoint(top.name, top.space);
+    if (top.space == Space::MathMl && top.name == N_annotationxml && name == N_svg)
+        return true;
+    return readsHtml(top);
+}
+
+bool NestingScan::readsHtml(const Entry &entry) const
+{
+    if (entry.space == Space::MathMl && entry.name == N_annotationxml)
+        return entry.htmlContent;
+    return isIntegrationPoint(entry.name, entry.space);
 }
 
 bool NestingScan::isIntegrationPoint(int name, Space space) const

@@ -32,10 +32,12 @@ private:
         Space space;
         quint8 categories;
         int depth = 0; // in the tree, html = 1: a form can leave the stack and still hold what follows
+        bool htmlContent = false; // an annotation-xml whose encoding is HTML: its content is read as HTML
     };
     struct Tag {
         int name = -1;
         bool selfClosing = false;
+        bool htmlContent = false; // an encoding attribute naming HTML
         qsizetype end = -1; // after the '>', or -1 when the input ends inside the tag
     };
 
@@ -70,6 +72,8 @@ private:
     int topOf(int category) const;
     bool inScope(int name, int category) const;
     int topName() const { return m_stack.back().name; }
+    // Where foreign content is read as HTML again, and where scopes end.
+    bool readsHtml(const Entry &entry) const;
     bool isIntegrationPoint(int name, Space space) const;
     int tableContext() const;
     bool inSelect() const;
