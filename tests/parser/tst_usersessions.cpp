@@ -155,6 +155,7 @@ private slots:
         ParserSession session;
         session.control.setSearchText(u"*.??"_s); // the two prices
         session.control.setElemAttribs(-1, u"class=price"_s);
+        session.control.setNodeOffset(-1); // each returns the name beside it
         session.edit([&](frmMain *parser) {
             const auto snapshot = [&]() -> DocumentPtr {
                 DocumentPtr taken;
@@ -164,10 +165,10 @@ private slots:
             const DocumentPtr before = snapshot();
             auto *panel = child<QLabel>(parser, "lblMatches");
             QTRY_COMPARE(panel->text(), u"2 matches"_s);
-            // Each found element outlined, and each returned one (the same, with offset 0) around it.
+            // Each found element outlined, and each returned one.
             auto *overlay = child<QWidget>(parser, "matchOverlay");
             QTRY_COMPARE(overlay->property("outlineCount").toInt(), 4);
-            // Found ones in orange, with what they return dashed in blue over them, and clicks go through to the page.
+            // Found ones in orange, what they return dashed in blue, and clicks go through to the page.
             const QImage shot = overlay->grab().toImage();
             QVERIFY(overlay->isVisible() && overlay->parentWidget()->childAt(shot.rect().center()) != overlay);
             QSet<QRgb> colours;
@@ -176,11 +177,12 @@ private slots:
             QVERIFY(colours.contains(qRgb(240, 140, 0)) && colours.contains(qRgb(30, 90, 220)));
             QStringList marked, stepped;
             for (QTreeWidgetItem *node : parser->nodeTree().nodesInOrder()) {
-                if (node->background(0).color() == PageMatches::foundMark())
-                    marked.append(NodeTree::keyOf(node));
+                const QColor mark = node->background(0).color();
+                if (mark == PageMatches::foundMark() || mark == PageMatches::returnedMark())
+                    marked.append(NodeTree::keyOf(node) + (mark == PageMatches::foundMark() ? u""_s : u" returned"_s));
             }
-            // td.price of both rows: html head title body h1 table tbody tr td td(8) tr td td(11)
-            QCOMPARE(marked, (QStringList{u"K9"_s, u"K12"_s}));
+            // Both rows: html head title body h1 table tbody tr td(7) td(8) tr td(10) td(11)
+            QCOMPARE(marked, (QStringList{u"K8 returned"_s, u"K9"_s, u"K11 returned"_s, u"K12"_s}));
             for (const char *button : {"cmdNextMatch", "cmdNextMatch", "cmdPreviousMatch"}) {
                 QTest::mouseClick(child<QToolButton>(parser, button), Qt::LeftButton);
                 stepped.append(NodeTree::keyOf(child<QTreeWidget>(parser, "tvu")->currentItem()));
