@@ -15,12 +15,6 @@ int elementIndex(const QJsonValue &value)
 
 } // namespace
 
-QStringList PageBridge::publishedSlots()
-{
-    return {QStringLiteral("pointerOver"), QStringLiteral("pointerOut"), QStringLiteral("doubleClicked"),
-            QStringLiteral("selectionChanged"), QStringLiteral("viewportChanged")};
-}
-
 void PageBridge::pointerOver(const QJsonValue &sourceIndex)
 {
     if (const int index = elementIndex(sourceIndex); index >= 0)

@@ -13,9 +13,6 @@ class PageBridge : public QObject
 public:
     using QObject::QObject;
 
-    // The slots published to the page script, by name; a test holds the meta-object to it.
-    static QStringList publishedSlots();
-
 public slots:
     void pointerOver(const QJsonValue &sourceIndex);
     void pointerOut();

@@ -3,7 +3,6 @@
 #include "livepage.h"
 #include "parserdriver.h"
 
-#include <QMetaMethod>
 #include <QtTest>
 
 using namespace Qt::StringLiterals;
@@ -13,20 +12,6 @@ class tst_HostilePages : public QObject
     Q_OBJECT
 
 private slots:
-    void bridgePublishesOnlyItsSlots()
-    {
-        // Everything callable beyond QObject's own: the slots a page script could reach.
-        const QMetaObject &meta = PageBridge::staticMetaObject;
-        QStringList callable;
-        for (int i = meta.methodOffset(); i < meta.methodCount(); ++i) {
-            const QMetaMethod method = meta.method(i);
-            if (method.access() == QMetaMethod::Public && method.methodType() != QMetaMethod::Signal)
-                callable.append(QString::fromLatin1(method.name()));
-        }
-        QCOMPARE(callable, PageBridge::publishedSlots());
-        QCOMPARE(meta.propertyCount(), meta.propertyOffset());
-    }
-
     void syntheticEventsSelectNothing()
     {
         QSignalSpy pointed(m_live.page->bridge(), &PageBridge::elementPointed);
