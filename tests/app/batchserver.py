@@ -11,7 +11,7 @@ Each server is one host to the fetcher (its own port). /item/N answers, by N:
   N % 23 == 0   404, always
   N % 29 == 0   a redirect to /moved/N
   N == 62       a redirect to a scheme the fetcher does not speak: wrong however often tried
-  N == 93       in x-user-defined, said only in the Content-Type header
+  N == 93       in x-user-defined (bytes 0x80 and 0xE9), said only in the Content-Type header
   N % 5 == 0    in ISO-8859-1, said only in the Content-Type header
 The server counts the requests it is answering at once, per host and over all hosts, and every
 request by path.
@@ -26,7 +26,7 @@ import time
 
 
 def price(n):
-    return f"price-{n * 7}" + (" é" if n % 5 == 0 else " \uf7e9" if n == 93 else "")
+    return f"price-{n * 7}" + (" é" if n % 5 == 0 else " \uf780\uf7e9" if n == 93 else "")
 
 
 def page(n):
@@ -107,7 +107,7 @@ class Handler(http.server.BaseHTTPRequestHandler):
         if n % 97 == 0 or 300 <= n < 320:
             time.sleep(0.3)
         if n == 93:  # its bytes over 0x7F read as U+F780 on
-            return self.send(200, page(n).replace("\uf7e9", "\xe9").encode("iso-8859-1"),
+            return self.send(200, page(n).replace("\uf780", "\x80").replace("\uf7e9", "\xe9").encode("iso-8859-1"),
                              [("Content-Type", "text/html; charset=x-user-defined")])
         if n % 5 == 0:
             return self.send(200, page(n).encode("iso-8859-1"), [("Content-Type", "text/html; charset=iso-8859-1")])
