@@ -171,7 +171,7 @@ def check_resume(program, folder, seed):
         time.sleep(0.01)
     batch.send_signal(signal.SIGINT)
     err = batch.communicate(timeout=120)[1].decode()
-    if batch.returncode == 0 or "--resume" not in err:
+    if batch.returncode != 128 + signal.SIGINT or "--resume" not in err:
         fail(f"after SIGINT: status {batch.returncode}, {err[-1000:]}")
     command = err.strip().splitlines()[-1]
     if subprocess.run(shlex.split(command), capture_output=True, timeout=300).returncode not in (0, 1):
