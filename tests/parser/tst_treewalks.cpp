@@ -117,7 +117,9 @@ private slots:
     {
         frmMain parser;
         parser.show();
-        // No page yet: every walk has nothing to do, and the tree stays on.
+        // No page yet: no progress strip over the status bar, every walk has nothing to do, and
+        // the tree stays on.
+        QVERIFY(!parser.findChild<QWidget *>(u"pctProgress"_s)->isVisible());
         parser.cmdExpand_Click();
         parser.cmdCollapse_Click();
         parser.cmdExpandAll_Click();
