@@ -69,10 +69,11 @@ private slots:
             // The second run asks nothing: the example values are remembered.
             QVERIFY2(script.done(), qPrintable(script.pending()));
             QCOMPARE(window.findChild<QPlainTextEdit *>(u"txtResultText"_s)->toPlainText(), u"1.75"_s);
-            QCOMPARE(window.findChild<QLabel *>(u"lblReturned"_s)->text(), u"element 31, TD"_s);
             QCOMPARE(window.statusBar()->currentMessage(), u"The query returns element 31"_s);
-            QCOMPARE(window.findChild<QLabel *>(u"lblMatches"_s)->text(), u"1"_s);
-            QCOMPARE(window.findChild<QLabel *>(u"lblScripted"_s)->text(), u"none"_s);
+            QStringList labels; // found, returned, matches, scripts
+            for (const char *name : {"lblFound", "lblReturned", "lblMatches", "lblScripted"})
+                labels.append(window.findChild<QLabel *>(QString::fromLatin1(name))->text());
+            QCOMPARE(labels, (QStringList{u"element 29"_s, u"element 31, TD"_s, u"1"_s, u"none"_s}));
         }
     }
 
