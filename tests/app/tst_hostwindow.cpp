@@ -132,6 +132,7 @@ private slots:
         addColumns<int, bool>("answer", "closed");
         QTest::newRow("Cancel keeps the window") << int(Dialogs::Cancel) << false;
         QTest::newRow("No closes without saving") << int(Dialogs::No) << true;
+        QTest::newRow("Yes saves, then closes") << int(Dialogs::Yes) << true;
     }
 
     void closingWithChangesAsksFirst()
@@ -139,7 +140,8 @@ private slots:
         const auto [answer, closed] = fetchRow<int, bool>("answer", "closed");
         ScriptedDialogs script;
         HostWindow window;
-        QVERIFY(window.openFile(QStringLiteral(TAMBERLINE_EXAMPLES_DIR "/query.json")));
+        const QString path = m_dir.filePath(u"closing.json"_s);
+        QVERIFY(QFile::copy(QStringLiteral(TAMBERLINE_EXAMPLES_DIR "/query.json"), path) && window.openFile(path));
         window.show();
         QVERIFY(window.close()); // unchanged: no question
         window.show();
@@ -148,6 +150,8 @@ private slots:
         script.answerMessageBox(answer);
         window.findChild<QAction *>(u"actExit"_s)->trigger();
         QCOMPARE(window.isVisible(), !closed);
+        QCOMPARE(QueryFile::load(path).SearchText.endsWith(u'x'), answer == Dialogs::Yes);
+        QFile::remove(path);
     }
 
     void eachEditorButtonOpensItsEditor_data()
@@ -193,7 +197,7 @@ private slots:
         HostWindow window;
         pickInFileDialog(path);
         window.findChild<QAction *>(u"actOpen"_s)->trigger();
-        QVERIFY(!window.isModified());
+        QCOMPARE(window.windowTitle(), u"filters.json[*] - Tamberline"_s);
         QCOMPARE(window.findChild<QLineEdit *>(u"txtSearchText"_s)->text(), query.SearchText);
         // No search reads b=2: the user is told so, and the file keeps it.
         QVERIFY2(window.statusBar()->currentMessage().contains(u"Filter 2 is blank: no search reads the 1 filter"_s),
