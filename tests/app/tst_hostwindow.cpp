@@ -64,6 +64,7 @@ private slots:
             window.findChild<QComboBox *>(u"cboEngine"_s)->setCurrentIndex(engine);
         for (int run = 0; run < 2; ++run) {
             QTest::mouseClick(window.findChild<QPushButton *>(u"cmdRun"_s), Qt::LeftButton);
+            QCOMPARE(window.isRunning(), engine < 0); // the static reader answers at once
             QTRY_VERIFY_WITH_TIMEOUT(!window.isRunning(), 120000);
             QCOMPARE(window.cursor().shape(), Qt::ArrowCursor); // not busy any more
             // The second run asks nothing: the example values are remembered.
@@ -192,9 +193,15 @@ private slots:
         const QString path = m_dir.filePath(u"filters.json"_s);
         QueryFile query;
         query.SearchText = u"x"_s;
+        query.NodeOffset = -100000; // far outside a spin box's usual range
+        query.AllowNav2 = true;
         query.ElemAttribs = {u"a=1"_s, u"  "_s, u"b=2"_s, QString()};
         query.save(path);
         HostWindow window;
+        const QString untitled = m_dir.filePath(u"untitled.json"_s);
+        pickInFileDialog(untitled); // Save asks where an untitled query goes
+        window.findChild<QAction *>(u"actSave"_s)->trigger();
+        QCOMPARE(QueryFile::load(untitled), QueryFile::readFrom(window.control()));
         pickInFileDialog(path);
         window.findChild<QAction *>(u"actOpen"_s)->trigger();
         QCOMPARE(window.windowTitle(), u"filters.json[*] - Tamberline"_s);
