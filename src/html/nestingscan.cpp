@@ -562,8 +562,6 @@ bool NestingScan::tableStartTag(int name)
         popTo(table + 1);
         return name != N_col;
     }
-    if (name == N_tr && lastPosition(N_tr) > table)
-        popTo(lastPosition(N_tr));
     const int row = lastPosition(N_tr);
     if (name != N_tr && row > table) {
         popTo(row + 1);
