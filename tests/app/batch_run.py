@@ -132,7 +132,7 @@ def check_http(program, folder, servers):
         fail(f"/item/1009 tried three more times in {asked[1009][3] - asked[1009][0]:.2f} s, not about 1.75 s")
 
 
-def check_resume(program, folder, seed):
+def check_resume(program, folder, seed, servers):
     reference = os.path.join(folder, "reference.jsonl")
     # Without failures at the end, the last thing written is a progress line, to be cleared.
     _, shown, took = run_on_terminal(program, folder, "--output", reference)
@@ -179,6 +179,22 @@ def check_resume(program, folder, seed):
     if open(stopped, "rb").read() != open(reference, "rb").read():
         fail("stopped by SIGINT and resumed: not the uninterrupted run's results")
 
+    # A second SIGINT stops at once, without waiting for the row under way (/item/0 takes 5 s).
+    waiting = os.path.join(folder, "waiting.csv")
+    with open(waiting, "w") as table:
+        table.write(f"host,id\n{servers[0].host},0\n")
+    batch = subprocess.Popen([program, "run", os.path.join(folder, "q.json"), "--values", waiting],
+                             stdout=subprocess.DEVNULL, stderr=subprocess.PIPE, text=True)
+    while not servers[0].stats.requests["/item/0"]:
+        time.sleep(0.01)
+    batch.send_signal(signal.SIGINT)
+    for line in batch.stderr:
+        if "once more to stop at once" in line:
+            break
+    batch.send_signal(signal.SIGINT)
+    if batch.wait(timeout=60) != -signal.SIGINT:
+        fail(f"a second SIGINT: status {batch.returncode}, not stopped at once by the signal")
+
 
 def check_dask(program, folder, contrib):
     try:
@@ -211,7 +227,7 @@ def main():
             if which == "http":
                 check_http(program, folder, servers)
             elif which == "resume":
-                check_resume(program, folder, seed)
+                check_resume(program, folder, seed, servers)
             else:
                 check_dask(program, folder, contrib)
     finally:

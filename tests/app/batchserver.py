@@ -1,6 +1,7 @@
 """Example pages served on the loopback, with the failures a real site has now and then.
 
 Each server is one host to the fetcher (its own port). /item/N answers, by N:
+  N == 0        after 5 s, faults or not
   N == 1009     503 the first three times: the fetcher's last retry gets it
   N == 1021     503 always
   N % 13 == 0   500 (odd N) or 503 the first time
@@ -87,6 +88,8 @@ class Handler(http.server.BaseHTTPRequestHandler):
         if kind not in ("item", "moved") or not number.isdigit():
             return self.send(404)
         n = int(number)
+        if n == 0:
+            time.sleep(5)
         if not self.server.faults:
             return self.send(200, page(n).encode(), [("Content-Type", "text/html")]) if n % 5 else \
                 self.send(200, page(n).encode("iso-8859-1"), [("Content-Type", "text/html; charset=iso-8859-1")])
