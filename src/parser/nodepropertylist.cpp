@@ -196,8 +196,6 @@ void NodePropertyList::rowCheckToggled(QTreeWidgetItem *row)
 
 void NodePropertyList::columnClicked(int column)
 {
-    if (column < 0 || column > 1)
-        return;
     // The sorted column turns its order round; another one sorts upward.
     const bool turn = m_sorted && m_sortKey == column && m_order == Qt::AscendingOrder;
     m_sorted = true;
