@@ -53,9 +53,9 @@ bool mentionsTextProperty(QByteArrayView declarations)
     return std::any_of(std::begin(names), std::end(names), [&](const char *name) { return lower.contains(name); });
 }
 
-QByteArray textRules(QByteArrayView css)
+QByteArrayList textRules(QByteArrayView css)
 {
-    QByteArray rules;
+    QByteArrayList rules;
     qsizetype i = 0;
     while (i < css.size()) {
         const qsizetype start = i;
@@ -72,10 +72,8 @@ QByteArray textRules(QByteArrayView css)
         }
         const qsizetype blockEnd = skipBlock(css, i);
         const QByteArrayView prelude = css.sliced(start, i - start).trimmed();
-        if (!prelude.startsWith('@') && mentionsTextProperty(css.sliced(i, blockEnd - i))) {
-            rules += css.sliced(start, blockEnd - start);
-            rules += '\n';
-        }
+        if (!prelude.startsWith('@') && mentionsTextProperty(css.sliced(i, blockEnd - i)))
+            rules.append(css.sliced(start, blockEnd - start).toByteArray());
         i = blockEnd;
     }
     return rules;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QByteArrayList>
 #include <QByteArrayView>
 
 // Most of a site's CSS sets colours, sizes and fonts, which innerText does not depend on; the
@@ -12,9 +13,9 @@ namespace CssRules {
 // visibility, text-transform, white-space, float or position (in any letter case).
 bool mentionsTextProperty(QByteArrayView declarations);
 
-// The style rules of a sheet whose declarations mention such a property, in the sheet's order.
-// At-rules (@media and the like) are left out with their blocks, since the reader does not
-// apply them.
-QByteArray textRules(QByteArrayView css);
+// The style rules of a sheet whose declarations mention such a property, one by one in the
+// sheet's order. At-rules (@media and the like) are left out with their blocks, since the reader
+// does not apply them.
+QByteArrayList textRules(QByteArrayView css);
 
 } // namespace CssRules

@@ -240,14 +240,28 @@ private:
             if (myhtml_node_tag_id(child) == MyHTML_TAG__TEXT)
                 css += m_html.source(child);
         }
-        css = CssRules::textRules(css);
-        if (css.isEmpty())
+        const QByteArrayList rules = CssRules::textRules(css);
+        // After a selector it cannot read, the CSS parser may lose the rule that follows it too;
+        // then each rule is parsed alone, which costs more.
+        if (rules.isEmpty() || applyRules(rules.join('\n'), rules.size()))
             return;
+        for (const QByteArray &rule : rules)
+            applyRules(rule, 1);
+    }
+
+    // Applies the rules css holds, unless the parser finds other than the number expected.
+    bool applyRules(const QByteArray &css, qsizetype expected)
+    {
         mycss_entry_t *entry = t_engine.entry();
         mycss_entry_clean(entry);
         if (mycss_parse(entry, MyENCODING_UTF_8, css.constData(), size_t(css.size())) != MyCSS_STATUS_OK)
-            return;
+            return false;
         const mycss_stylesheet_t *sheet = mycss_entry_stylesheet(entry);
+        qsizetype parsed = 0;
+        for (mycss_selectors_list_t *rule = sheet ? sheet->sel_list_first : nullptr; rule; rule = rule->next)
+            ++parsed;
+        if (parsed != expected)
+            return false;
         for (mycss_selectors_list_t *rule = sheet ? sheet->sel_list_first : nullptr; rule; rule = rule->next) {
             ++m_order;
             if ((rule->flags & MyCSS_SELECTORS_FLAGS_SELECTOR_BAD) || !declaresAny(rule->declaration_entry))
@@ -261,6 +275,7 @@ private:
                                                     found, this);
             }
         }
+        return true;
     }
 
     void applyAttribute(int element)

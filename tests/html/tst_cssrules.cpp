@@ -14,20 +14,20 @@ private slots:
     {
         addColumns<QByteArray, QByteArray>("css", "rules");
         QTest::newRow("only rules that matter, in order")
-            << QByteArray(".a { color: red } .b { DISPLAY: none } .c { float: left }") << QByteArray(" .b { DISPLAY: none }\n .c { float: left }\n");
+            << QByteArray(".a { color: red } .b { DISPLAY: none } .c { float: left }") << QByteArray(" .b { DISPLAY: none }\n .c { float: left }");
         QTest::newRow("at-rules with their blocks")
             << QByteArray("@import url(x.css); @media screen { .a { display: none } } .b { display: none }")
-            << QByteArray(" .b { display: none }\n");
+            << QByteArray(" .b { display: none }");
         QTest::newRow("braces in strings and comments")
             << QByteArray("/**/.a { content: \"}}\"; display: none } /* } .x { display: none } */ .b { color: blue }")
-            << QByteArray("/**/.a { content: \"}}\"; display: none }\n");
-        QTest::newRow("an unclosed block runs to the end") << QByteArray(".a { display: none") << QByteArray(".a { display: none\n");
+            << QByteArray("/**/.a { content: \"}}\"; display: none }");
+        QTest::newRow("an unclosed block runs to the end") << QByteArray(".a { display: none") << QByteArray(".a { display: none");
     }
 
     void textRules()
     {
         const auto [css, rules] = fetchRow<QByteArray, QByteArray>("css", "rules");
-        QCOMPARE(CssRules::textRules(css), rules);
+        QCOMPARE(CssRules::textRules(css).join('\n'), rules);
     }
 };
 
