@@ -46,9 +46,10 @@ const QHash<QString, Display> &svgDisplays()
 {
     static const QHash<QString, Display> displays = [] {
         QHash<QString, Display> result;
-        for (const char16_t *name : {u"defs", u"symbol", u"clipPath", u"mask", u"pattern", u"marker",
-                                     u"linearGradient", u"radialGradient", u"filter", u"title", u"desc",
-                                     u"metadata", u"style", u"script"})
+        // The browser reads the text of a <text> in other hidden containers (defs, symbol, mask and
+        // the like), though it draws none of it.
+        for (const char16_t *name : {u"linearGradient", u"radialGradient", u"filter", u"title", u"desc", u"metadata",
+                                     u"style", u"script"})
             result.insert(QString::fromUtf16(name), Display::None);
         result.insert(QStringLiteral("text"), Display::Block);
         result.insert(QStringLiteral("foreignObject"), Display::Block);
