@@ -313,7 +313,7 @@ NestingScan::Tag NestingScan::readTag(qsizetype j)
             }
         }
         // The parser reads any of a repeated attribute, not only the first.
-        if (attribute.compare("encoding", Qt::CaseInsensitive) == 0
+        if (tag.name == N_annotationxml && attribute.compare("encoding", Qt::CaseInsensitive) == 0
             && (value.compare("text/html", Qt::CaseInsensitive) == 0 || value.compare("application/xhtml+xml", Qt::CaseInsensitive) == 0))
             tag.htmlContent = true;
     }
