@@ -145,14 +145,15 @@ private slots:
 
     void toggleEditsTheFilters()
     {
-        m_control->setElemAttribs(-1, u"ID=x"_s);
-        m_control->setElemAttribs(-1, u"other=1"_s);
+        for (const QString &filter : {u"ID=x"_s, u"=v"_s, u"other=1"_s})
+            m_control->setElemAttribs(-1, filter);
         NodePropertyList properties(m_list.get());
         properties.setControl(m_control.get());
         properties.ShowNodeProperties(&m_page, -1); // no element: the filters alone, the first at the top
 
-        // Unticking a filter-only row removes the row and its entry.
-        toggle(properties, rowNamed(*m_list, u"ID"_s, NodePropertyList::Red));
+        // Unticking a filter-only row removes the row and its entry, even one without a name.
+        for (const QString &name : {u"ID"_s, u""_s})
+            toggle(properties, rowNamed(*m_list, name, NodePropertyList::Red));
         QVERIFY(!rowNamed(*m_list, u"ID"_s, NodePropertyList::Red));
         QCOMPARE(storedAttribs(*m_control), QStringList{u"other=1"_s});
         properties.ShowNodeProperties(&m_page, 2);

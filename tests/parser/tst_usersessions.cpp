@@ -178,7 +178,7 @@ private slots:
             QStringList marked, stepped;
             for (QTreeWidgetItem *node : parser->nodeTree().nodesInOrder()) {
                 const QColor mark = node->background(0).color();
-                if (mark == PageMatches::foundMark() || mark == PageMatches::returnedMark())
+                if (mark.isValid() && (mark == PageMatches::foundMark() || mark == PageMatches::returnedMark()))
                     marked.append(NodeTree::keyOf(node) + (mark == PageMatches::foundMark() ? u""_s : u" returned"_s));
             }
             // Both rows: html head title body h1 table tbody tr td(7) td(8) tr td(10) td(11)
