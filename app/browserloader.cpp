@@ -124,7 +124,7 @@ void BrowserLoader::loadFinished(bool ok)
     m_timer.start(m_timeout);
     const quint64 generation = m_generation;
     m_page->requestSnapshot([this, generation](DocumentPtr document) {
-        if (generation != m_generation || m_stage != Stage::Snapshot)
+        if (generation != m_generation)
             return;
         if (!document)
             finish(nullptr, QStringLiteral("the browser gave no HTML document for %1").arg(m_name));
