@@ -2,7 +2,6 @@
 #include "queryfile.h"
 #include "datatable.h"
 
-#include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QTemporaryDir>

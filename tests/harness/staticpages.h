@@ -1,6 +1,5 @@
 #pragma once
 
-#include <QHash>
 #include <QString>
 
 // Every HTML page of the tests and the examples, as a _data table column "path", for tests

@@ -118,7 +118,8 @@ private slots:
             QCOMPARE(parser->size(), before);
             QCOMPARE(SettingsStore::getSetting(u"Preferences"_s, u"WindowHeight"_s), height);
             QVERIFY(panel->height() < 40);
-            QVERIFY(!panel->shownText().contains(u'\n'));
+            // One line, shortened to what the panel paints inside its margins.
+            QVERIFY(!panel->shownText().contains(u'\n') && panel->fontMetrics().horizontalAdvance(panel->shownText()) <= panel->width() - 4);
             QImage shot = panel->grab().toImage(), blank = shot;
             blank.fill(shot.pixel(0, 0));
             QVERIFY2(shot != blank, "the panel paints no text");
@@ -175,6 +176,9 @@ private slots:
             for (int i = 0; i < shot.width() * shot.height(); ++i)
                 colours.insert(shot.pixel(i % shot.width(), i / shot.width()));
             QVERIFY(colours.contains(qRgb(240, 140, 0)) && colours.contains(qRgb(30, 90, 220)));
+            // The first found in red, where the page has it.
+            const QVariantList first = runInPage(parser, u"const r = document.querySelector('.price').getBoundingClientRect(); [r.left, r.top + r.height / 2]"_s).toList();
+            QCOMPARE(shot.pixel(first.value(0).toInt() + 1, first.value(1).toInt()), qRgb(220, 40, 20));
             QStringList marked, stepped;
             for (QTreeWidgetItem *node : parser->nodeTree().nodesInOrder()) {
                 const QColor mark = node->background(0).color();

@@ -8,7 +8,6 @@
 
 #include <QLineEdit>
 #include <QListWidget>
-#include <QPushButton>
 #include <QtTest>
 
 using namespace Qt::StringLiterals;
