@@ -78,13 +78,10 @@ void BrowserLoader::start(const PageSource &source, Done done)
 
 void BrowserLoader::cancel()
 {
-    ++m_generation;
-    m_done = {};
-    m_timer.stop();
     if (m_stage != Stage::Idle)
         dropPage();
-    m_stage = Stage::Idle;
-    m_copy.reset();
+    m_done = {};
+    finish(nullptr, {});
 }
 
 DocumentPtr BrowserLoader::load(const PageSource &source)
