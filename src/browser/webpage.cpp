@@ -37,20 +37,15 @@ QString bridgeSource()
 
 void lockDown(QWebEngineSettings *settings)
 {
-    settings->setAttribute(QWebEngineSettings::JavascriptCanOpenWindows, false);
-    settings->setAttribute(QWebEngineSettings::JavascriptCanAccessClipboard, false);
-    settings->setAttribute(QWebEngineSettings::JavascriptCanPaste, false);
-    settings->setAttribute(QWebEngineSettings::LocalContentCanAccessFileUrls, false);
-    settings->setAttribute(QWebEngineSettings::LocalContentCanAccessRemoteUrls, false);
-    settings->setAttribute(QWebEngineSettings::PluginsEnabled, false);
-    settings->setAttribute(QWebEngineSettings::PdfViewerEnabled, false);
-    settings->setAttribute(QWebEngineSettings::FullScreenSupportEnabled, false);
-    settings->setAttribute(QWebEngineSettings::ScreenCaptureEnabled, false);
-    settings->setAttribute(QWebEngineSettings::AllowWindowActivationFromJavaScript, false);
-    settings->setAttribute(QWebEngineSettings::NavigateOnDropEnabled, false);
-    settings->setAttribute(QWebEngineSettings::HyperlinkAuditingEnabled, false);
-    settings->setAttribute(QWebEngineSettings::DnsPrefetchEnabled, false);
-    settings->setUnknownUrlSchemePolicy(QWebEngineSettings::DisallowUnknownUrlSchemes);
+    using S = QWebEngineSettings;
+    // Several are off by default already: said again so that a changed default cannot open the page up.
+    for (const S::WebAttribute attribute :
+         {S::JavascriptCanOpenWindows, S::JavascriptCanAccessClipboard, S::JavascriptCanPaste, S::LocalContentCanAccessFileUrls,
+          S::LocalContentCanAccessRemoteUrls, S::PluginsEnabled, S::PdfViewerEnabled, S::FullScreenSupportEnabled,
+          S::ScreenCaptureEnabled, S::AllowWindowActivationFromJavaScript, S::NavigateOnDropEnabled,
+          S::HyperlinkAuditingEnabled, S::DnsPrefetchEnabled})
+        settings->setAttribute(attribute, false);
+    settings->setUnknownUrlSchemePolicy(S::DisallowUnknownUrlSchemes);
 }
 
 const QString MissingBridge = QStringLiteral("__tamberline_missing__");

@@ -86,9 +86,8 @@ private slots:
             QTRY_VERIFY(parser->actionQueue().isEmpty());
             QCOMPARE(parser->nodeTree().count(), 0);
             QCOMPARE(parser->statusBar()->currentMessage(), u"There is no page to search"_s);
-            QVERIFY(!child<QComboBox>(parser, "cmboUrl")->isEnabled());
-            QVERIFY(!child<QPushButton>(parser, "cmdGo")->isEnabled());
-            QVERIFY(!child<QMenu>(parser, "mnu_Favorites")->isEnabled());
+            QVERIFY(!child<QComboBox>(parser, "cmboUrl")->isEnabled() && !child<QPushButton>(parser, "cmdGo")->isEnabled()
+                    && !child<QMenu>(parser, "mnu_Favorites")->isEnabled());
         }, false);
     }
 
@@ -98,8 +97,7 @@ private slots:
         session.control.setSearchText(u"dropped"_s);
         session.edit([&](frmMain *parser) {
             QCOMPARE(child<QComboBox>(parser, "cmboUrl")->currentText(), u"about:blank"_s);
-            QCOMPARE(child<QLineEdit>(parser, "txtSearchText")->text(), QString());
-            QVERIFY(child<QPushButton>(parser, "cmdGo")->isEnabled());
+            QVERIFY(child<QLineEdit>(parser, "txtSearchText")->text().isEmpty() && child<QPushButton>(parser, "cmdGo")->isEnabled());
             QTRY_COMPARE(parser->nodeTree().count(), 4); // Document, html, head and body
         });
     }
