@@ -117,9 +117,10 @@ QString capitalized(QString text)
 
 void RenderedText::applyStyles(const std::vector<CssStyle> &styles)
 {
-    m_visible.assign(m_count, true);
-    m_transform.assign(m_count, CssStyle::TextTransform::None);
-    m_whiteSpace.assign(m_count, CssStyle::WhiteSpace::Unset);
+    // Every node's entry is written below.
+    m_visible.resize(m_count);
+    m_transform.resize(m_count);
+    m_whiteSpace.resize(m_count);
     m_textOwner.assign(m_tree.texts.size(), -1);
     // A parent comes before its children in document order: each inherits from one already done.
     for (size_t i = 0; i < m_count; ++i) {
@@ -351,12 +352,12 @@ void RenderedText::writeRendered(int root)
 {
     struct Frame {
         int node;
-        size_t next;
+        size_t next = 0;
     };
     m_writer.startSubtree();
     if (!openOwn(root))
         return;
-    std::vector<Frame> stack{{root, 0}};
+    std::vector<Frame> stack{{root}};
     while (!stack.empty()) {
         Frame &frame = stack.back();
         const int node = frame.node;
@@ -379,7 +380,7 @@ void RenderedText::writeRendered(int root)
             continue;
         addBefore(child);
         if (openOwn(child)) {
-            stack.push_back({child, 0});
+            stack.push_back({child});
             continue;
         }
         addAfter(child);
