@@ -149,7 +149,7 @@ private slots:
         QVERIFY(window.close()); // unchanged: no question
         window.show();
         QTest::keyClicks(window.findChild<QLineEdit *>(u"txtSearchText"_s), u"x"_s);
-        QVERIFY(window.isModified());
+        QVERIFY(window.isWindowModified());
         script.answerMessageBox(answer);
         window.findChild<QAction *>(u"actExit"_s)->trigger();
         QCOMPARE(window.isVisible(), !closed);

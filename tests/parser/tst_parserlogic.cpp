@@ -183,7 +183,7 @@ private slots:
         QTest::newRow("done hides") << 100LL << 100LL << false << false << QString();
         QTest::newRow("no maximum hides") << 5LL << 0LL << false << false << QString();
         QTest::newRow("negative maximum hides") << 5LL << -1LL << false << false << QString();
-        QTest::newRow("part way") << 45LL << 100LL << true << true << u"45%"_s;
+        QTest::newRow("the start draws 0%") << 0LL << 100LL << true << true << u"0%"_s;
         QTest::newRow("past the maximum shows 100") << 150LL << 100LL << true << true << u"100%"_s;
         QTest::newRow("a half rounds to even") << 1LL << 8LL << true << true << u"12%"_s;
         QTest::newRow("negative progress keeps the drawing") << -1LL << 100LL << true << false << QString();
