@@ -139,7 +139,7 @@ constexpr DispatchMember members[] = {
 bool reaches(DispatchKind requested, DispatchKind member)
 {
     // A put reaches only puts; a read (method, get, or both flags) reaches methods and gets.
-    if (requested == DispatchKind::PropertyPut || member == DispatchKind::PropertyPut)
+    if (member == DispatchKind::PropertyPut)
         return requested == member;
     return (static_cast<int>(requested) & (static_cast<int>(DispatchKind::Method) | static_cast<int>(DispatchKind::PropertyGet))) != 0;
 }
