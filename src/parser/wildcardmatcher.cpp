@@ -96,8 +96,8 @@ bool Evaluation::enter(qsizetype text, qsizetype pattern, int16_t start, int16_t
     CallKey key{std::min(text, m_text.size()), pattern, start};
     const QStringView t = textFrom(text);
     const qsizetype patternLength = m_pattern.size() - pattern;
-    const int16_t s = matcherPosition(patternLength > 0 ? tokenAt(m_nextStar, pattern, 1) : 0);
-    const int16_t q = matcherPosition(patternLength > 0 ? tokenAt(m_nextAny, pattern, 1) : 0);
+    const int16_t s = matcherPosition(tokenAt(m_nextStar, pattern, 1));
+    const int16_t q = matcherPosition(tokenAt(m_nextAny, pattern, 1));
     // Only what leads by a star or a ? is remembered: a literal costs one search, and so does
     // the plain rest at the end.
     const bool remembered = s == 1 || q == 1;
