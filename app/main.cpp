@@ -60,7 +60,6 @@ int main(int argc, char *argv[])
     QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
     QApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Tamberline"));
-    QApplication::setApplicationDisplayName(QStringLiteral("Tamberline"));
 
     if (const std::optional<int> status = commandLine.read(QApplication::arguments()))
         return *status;

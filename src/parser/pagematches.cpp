@@ -126,7 +126,6 @@ void PageMatches::queryChanged(const DocumentPtr &document, const QString &searc
 void PageMatches::clear()
 {
     m_debounce->stop();
-    m_document.reset();
     m_found.clear();
     m_returned.clear();
     m_current = -1;

@@ -142,8 +142,7 @@ private slots:
             QCOMPARE(document->item(i).parent, i == 3 ? 2 : i - 1);
         for (int i = 513; i < 603; ++i)
             QCOMPARE(document->item(i).parent, 512);
-        QCOMPARE(document->item(512).children.size(), 90);
-        QCOMPARE(document->item(512).children.last().element, 602);
+        QVERIFY(document->item(512).children.size() == 90 && document->item(512).children.last().element == 602);
         QCOMPARE(childList(*document, 602), u"'deep'"_s);
         QCOMPARE(document->innerText(3), u"deep"_s);
     }
