@@ -286,7 +286,7 @@ private slots:
         row("a missing file after a drive letter", run({u"C:shop.html"_s, m_page}), 1, nl + pears, u"C:shop.html: No such file or directory"_s);
         row("an unknown scheme among good pages", run({u"gopher://x/y"_s, m_page}), 1, nl + pears, u"gopher:"_s);
         row("more jobs than the machine runs", run(QStringList(300, m_page) + QStringList{u"--jobs"_s, u"100000"_s}), 0,
-            pears.repeated(300), u"--jobs 100000 is more"_s);
+            pears.repeated(300), u"--jobs 100000 is more than this machine reads at once; 4 are used"_s); // 64 open files allowed
         row("a text of several lines", run({u"-"_s}), 0, "0.95\\nper\\\\kg\n", {},
             R"(<table><tr><td class="item">Pears</td><td>0.95<br>per\kg</td></tr></table>)");
         row("a marker in the address's file name",
