@@ -152,13 +152,14 @@ class Server(http.server.ThreadingHTTPServer):
 
 
 def write_table(path, servers, rows):
-    """A CSV table of rows spread over the servers; a column no marker uses, and one row short of
-    its id."""
+    """A CSV table of rows spread over the servers; a column no marker uses, one row short of its
+    id and one longer than a line may be."""
     with open(path, "w") as table:
         table.write("host,id,note\n")
         for i in range(1, rows + 1):
             host = servers[i % len(servers)].host
-            table.write(f"{host}\n" if i == rows // 2 else f"{host},{i},\"a, b\"\n")
+            note = "x" * (1 << 20) if i == rows // 4 else "a, b"
+            table.write(f"{host}\n" if i == rows // 2 else f"{host},{i},\"{note}\"\n")
 
 
 def write_query(path):
