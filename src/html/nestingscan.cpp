@@ -225,11 +225,8 @@ void NestingScan::scan()
     push(N_body, Space::Html);
     qsizetype i = 0;
     while (i >= 0 && i < m_size) {
-        const void *lt = std::memchr(m_data + i, '<', size_t(m_size - i));
-        if (!lt)
-            break;
-        i = static_cast<const char *>(lt) - m_data;
-        if (i + 1 >= m_size)
+        i = indexOf('<', i);
+        if (i < 0 || i + 1 >= m_size)
             break;
         const char next = m_data[i + 1];
         if (isAsciiAlpha(next))
@@ -299,10 +296,9 @@ NestingScan::Tag NestingScan::readTag(qsizetype j)
             while (isSpace(byteAt(j)))
                 ++j;
             if (byteAt(j) == '"' || byteAt(j) == '\'') {
-                const void *quote = std::memchr(m_data + j + 1, m_data[j], size_t(m_size - j - 1));
-                if (!quote)
+                const qsizetype valueEnd = indexOf(m_data[j], j + 1);
+                if (valueEnd < 0)
                     break;
-                const qsizetype valueEnd = static_cast<const char *>(quote) - m_data;
                 value = QByteArrayView(m_data + j + 1, valueEnd - j - 1);
                 j = valueEnd + 1;
             } else {
@@ -322,10 +318,8 @@ NestingScan::Tag NestingScan::readTag(qsizetype j)
 
 qsizetype NestingScan::skipPast(qsizetype from, char c) const
 {
-    if (from >= m_size)
-        return m_size;
-    const void *found = std::memchr(m_data + from, c, size_t(m_size - from));
-    return found ? static_cast<const char *>(found) - m_data + 1 : m_size;
+    const qsizetype found = indexOf(c, from);
+    return found < 0 ? m_size : found + 1;
 }
 
 qsizetype NestingScan::markupDeclaration(qsizetype at)
@@ -337,10 +331,9 @@ qsizetype NestingScan::markupDeclaration(qsizetype at)
         if (byteAt(j) == '-' && byteAt(j + 1) == '>')
             return j + 2;
         while (j + 1 < m_size) {
-            const void *dash = std::memchr(m_data + j, '-', size_t(m_size - j));
-            if (!dash)
+            j = indexOf('-', j);
+            if (j < 0)
                 return m_size;
-            j = static_cast<const char *>(dash) - m_data;
             if (byteAt(j + 1) == '-') {
                 if (byteAt(j + 2) == '>')
                     return j + 3;
@@ -363,10 +356,9 @@ qsizetype NestingScan::findEndTag(qsizetype from, int name) const
     const QByteArrayView text = name < KnownNames ? QByteArrayView(kNames[name].text) : QByteArrayView();
     const qsizetype length = text.size();
     for (qsizetype j = from;; ++j) {
-        const void *lt = std::memchr(m_data + j, '<', size_t(m_size - j));
-        if (!lt)
+        j = indexOf('<', j);
+        if (j < 0)
             return m_size;
-        j = static_cast<const char *>(lt) - m_data;
         // An end tag cut off by the end of the page ends nothing: the scan stops there anyway.
         if (byteAt(j + 1) == '/') {
             bool same = true;

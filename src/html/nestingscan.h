@@ -53,6 +53,8 @@ private:
     qsizetype skipPast(qsizetype from, char c) const;
     // The byte at j, or 0 past the end: a test for a given byte needs no bounds of its own.
     char byteAt(qsizetype j) const { return j < m_size ? m_data[j] : '\0'; }
+    // Where c is next from `from` on, or -1.
+    qsizetype indexOf(char c, qsizetype from) const { return QByteArrayView(m_data, m_size).indexOf(c, from); }
 
     bool useHtmlRules(int name) const;
     qsizetype htmlStartTag(int name, bool selfClosing, qsizetype tagEnd);
