@@ -130,8 +130,8 @@ private slots:
         QTest::newRow("an empty box reads as 0") << QString() << u"0"_s << false;
         QTest::newRow("the leading number, without an exponent lacking digits") << u"  -12e+abc"_s << u"-12"_s << false;
         QTest::newRow("a fraction ends at its last digit") << u"2.5px"_s << u"2.5"_s << false;
-        QTest::newRow("-10000 passes") << u"-10000"_s << u"-10000"_s << false;
-        QTest::newRow("10001 keeps the focus") << u"10001"_s << u"10001"_s << true;
+        QTest::newRow("-10000 passes, written with an exponent") << u"-1e4"_s << u"-10000"_s << false;
+        QTest::newRow("10001 keeps the focus") << u"1.0001E+4"_s << u"10001"_s << true;
         QTest::newRow("15 significant digits") << u"1234567890123456"_s << u"1.23456789012346E+15"_s << true;
         QTest::newRow("-10001 keeps the focus") << u"-10001.0"_s << u"-10001"_s << true;
     }
