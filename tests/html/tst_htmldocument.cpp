@@ -150,8 +150,7 @@ private slots:
         // The 513th div is at depth 515; the div inside it moves up to the div at depth 512, so
         // the text before and after that div is one text node.
         const DocumentPtr document = parse(repeated("<div>", 513) + "pre<div>x</div>tail");
-        QCOMPARE(document->length(), 517);
-        QCOMPARE(childList(*document, 515), u"'pretail'"_s);
+        QVERIFY(document->length() == 517 && childList(*document, 515) == u"'pretail'"_s);
         QCOMPARE(document->item(516).parent, 512);
         QCOMPARE(childList(*document, 512), u"DIV|DIV|DIV|DIV"_s);
     }
