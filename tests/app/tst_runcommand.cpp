@@ -250,7 +250,7 @@ private slots:
         row("a timeout too short", bad({u"--values"_s, u"v.csv"_s, u"--timeout"_s, u"0.05"_s}), 2, none,
             u"--timeout wants a number from 0.1 to 3600, not \"0.05\""_s);
         row("set without a name", bad({u"--set"_s, u"=x"_s}), 2, none, u"--set wants name=value"_s);
-        row("not JSON", {u"run"_s, file(u"b1.json"_s, "{\"Url1\":")}, 2, none, u"not valid JSON"_s);
+        row("not JSON, for a batch", {u"run"_s, file(u"b1.json"_s, "{\"Url1\":"), u"--values"_s, u"v.csv"_s}, 2, none, u"not valid JSON"_s);
         row("no address, no page", bad({}), 2, none, u"no address"_s);
         row("a marker without a value", {u"run"_s, m_query, m_page}, 2, none, u"needs a value for %fruit%: give it with --set fruit="_s);
         row("a batch option without a table", bad({u"--output"_s, u"o.jsonl"_s}), 2, none, u"--output is for a batch"_s);
