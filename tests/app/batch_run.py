@@ -96,6 +96,11 @@ def check_http(program, folder, servers):
         fail("the unused column is not named once: " + shown[:2000])
     if f"line {ROWS // 4 + 1} of the values is longer than 1048576 bytes" not in shown:
         fail("the row too long is not named: " + shown[:2000])
+    if "/item/1999 is longer than 67,108,864 bytes" not in shown:
+        fail("the page too long is not named: " + shown[:2000])
+    # Read no further than the limit, give or take what the sockets hold.
+    if not 64 << 20 < sum(s.stats.endless for s in servers) < 80 << 20:
+        fail(f"{sum(s.stats.endless for s in servers)} bytes sent of a page longer than the 64 MiB read")
     check_progress_line(shown, seconds)
     lines = open(out, "rb").read().splitlines()
     if len(lines) != ROWS:

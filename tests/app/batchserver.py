@@ -8,6 +8,7 @@ Each server is one host to the fetcher (its own port). /item/N answers, by N:
   N % 17 == 0   429 with Retry-After: 1 the first time
   N == 1019     429 with a Retry-After date 2 s ahead the first time
   N == 1013     not within the fetcher's 2 s the first time
+  N == 1999     a gigabyte, sent until the client hangs up
   N % 97 == 0   slowly (0.3 s), and so do 300 to 319, which pile up if a host's limit lets them
   N % 23 == 0   404, always
   N % 29 == 0   a redirect to /moved/N
@@ -37,8 +38,8 @@ def page(n):
 
 def expected(n, host):
     """The result fields a row with id n on host gives."""
-    if n % 23 == 0 or n in (62, 1021):
-        return {"reason": "page-error", "text": None, "status": {62: 302, 1021: 503}.get(n, 404)}
+    if n % 23 == 0 or n in (62, 1021, 1999):
+        return {"reason": "page-error", "text": None, "status": {62: 302, 1021: 503, 1999: 200}.get(n, 404)}
     path = f"/moved/{n}" if n % 29 == 0 else f"/item/{n}"
     return {"reason": None, "text": price(n), "status": 200, "final": f"http://{host}{path}"}
 
@@ -49,11 +50,11 @@ class Handler(http.server.BaseHTTPRequestHandler):
     def log_message(self, *args):
         pass
 
-    def send(self, status, body=b"", headers=()):
+    def send(self, status, body=b"", headers=(), length=None):
         self.send_response(status)
         for name, value in headers:
             self.send_header(name, value)
-        self.send_header("Content-Length", str(len(body)))
+        self.send_header("Content-Length", str(len(body) if length is None else length))
         # The request stops counting before its answer leaves: the client may send the next one
         # the moment it has the answer, before this thread runs again.
         self.answer_bytes = b"".join(self._headers_buffer) + b"\r\n" + body
@@ -82,6 +83,17 @@ class Handler(http.server.BaseHTTPRequestHandler):
         if self.path == "/item/1013" and seen == 1:
             time.sleep(2.5)  # not counted as running: the fetcher has given up on it
         self.wfile.write(self.answer_bytes)
+        if self.path == "/item/1999" and self.server.faults:
+            self.send_endless(stats)
+
+    def send_endless(self, stats):
+        chunk = b"x" * (1 << 20)
+        try:
+            while stats.endless < 1 << 30:
+                self.wfile.write(chunk)
+                stats.endless += len(chunk)
+        except OSError:
+            pass  # the client hung up
 
     def answer(self, seen):
         kind, _, number = self.path.strip("/").partition("/")
@@ -93,6 +105,8 @@ class Handler(http.server.BaseHTTPRequestHandler):
         if not self.server.faults:
             return self.send(200, page(n).encode(), [("Content-Type", "text/html")]) if n % 5 else \
                 self.send(200, page(n).encode("iso-8859-1"), [("Content-Type", "text/html; charset=iso-8859-1")])
+        if n == 1999:
+            return self.send(200, headers=[("Content-Type", "text/html")], length=1 << 30)
         if kind == "item" and n % 29 == 0:
             return self.send(302, headers=[("Location", f"/moved/{n}")])
         if n % 23 == 0:
@@ -125,6 +139,7 @@ class Stats:
         self.requests = collections.Counter()
         self.times = collections.defaultdict(list)
         self.agents = set()
+        self.endless = 0  # bytes of /item/1999 sent
 
 
 EVERYWHERE = Stats()  # what all servers answer at once
