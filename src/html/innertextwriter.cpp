@@ -10,8 +10,7 @@ InnerTextWriter::InnerTextWriter(QString &out, std::vector<Document::TextRange> 
 
 void InnerTextWriter::startSubtree()
 {
-    m_hasText = false;
-    m_breaks = 0;
+    m_hasText = false; // the breaks asked for before it are dropped at its first text
 }
 
 void InnerTextWriter::addLineBreaks(int count)
