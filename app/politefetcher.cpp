@@ -105,6 +105,7 @@ void PoliteFetcher::start(const QString &hostKey, Request request)
     networkRequest.setHeader(QNetworkRequest::UserAgentHeader, m_settings.userAgent);
     networkRequest.setTransferTimeout(m_settings.timeoutMs);
     QNetworkReply *reply = m_manager.get(networkRequest);
+    reply->setReadBufferSize(m_settings.maxBytes + 1); // held while a busy thread has yet to see it is too long
     ++m_running;
     ++m_hosts[hostKey].running;
     auto timedOut = std::make_shared<bool>(false);
