@@ -310,6 +310,14 @@ private slots:
         // The browser keeps about four fifths of the width.
         const auto *panes = parser.findChild<QSplitter *>(u"horBalancer"_s);
         QTRY_VERIFY(panes->sizes().at(0) > 3 * panes->sizes().at(1));
+        // The divider between tree and attributes stays where it is dropped.
+        const auto *tree = parser.findChild<QSplitter *>(u"verBalancer"_s);
+        const int before = tree->sizes().at(0);
+        const QPoint dropped = tree->handle(1)->rect().center() + QPoint(0, 60);
+        QTest::mousePress(tree->handle(1), Qt::LeftButton);
+        QTest::mouseMove(tree->handle(1), dropped);
+        QTest::mouseRelease(tree->handle(1), Qt::LeftButton, {}, dropped);
+        QTRY_VERIFY(tree->sizes().at(0) > before + 50);
     }
 };
 
