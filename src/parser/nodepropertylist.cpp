@@ -68,7 +68,6 @@ int NodePropertyList::colourOf(const QTreeWidgetItem *row)
 QTreeWidgetItem *NodePropertyList::addRow(const QString &name, const QString &value, int colour)
 {
     auto *row = new PropertyRow(QStringList{name, value});
-    row->setFlags(row->flags() | Qt::ItemIsUserCheckable);
     row->setCheckState(0, Qt::Unchecked);
     if (colour != DefaultColour) {
         row->setData(0, ColourRole, colour);
