@@ -115,7 +115,8 @@ def check_http(program, folder, servers):
             continue
         host = servers[i % len(servers)].host
         want = batchserver.expected(i, host)
-        if got["values"] != {"host": host, "id": str(i), "note": "a, b"} or any(got.get(k) != v for k, v in want.items()):
+        note = "a, b" if i != ROWS // 8 else "x" * len(got["values"].get("note", ""))  # a line of 1 MiB
+        if got["values"] != {"host": host, "id": str(i), "note": note} or any(got.get(k) != v for k, v in want.items()):
             fail(f"row {i}: {got}, not {want}")
     for server in servers:
         stats = server.stats

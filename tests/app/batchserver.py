@@ -168,12 +168,13 @@ class Server(http.server.ThreadingHTTPServer):
 
 def write_table(path, servers, rows):
     """A CSV table of rows spread over the servers; a column no marker uses, one row short of its
-    id and one longer than a line may be."""
+    id, one longer than a line may be and one exactly as long."""
     with open(path, "w") as table:
         table.write("host,id,note\n")
         for i in range(1, rows + 1):
             host = servers[i % len(servers)].host
-            note = "x" * (1 << 20) if i == rows // 4 else "a, b"
+            longest = (1 << 20) - len(f"{host},{i},\"\"\n")
+            note = {rows // 4: "x" * (1 << 20), rows // 8: "x" * longest}.get(i, "a, b")
             table.write(f"{host}\n" if i == rows // 2 else f"{host},{i},\"{note}\"\n")
 
 
