@@ -205,12 +205,13 @@ private slots:
             child<QTreeWidget>(parser, "lstProps")->findItems(u"class"_s, Qt::MatchExactly).value(0)->setCheckState(0, Qt::Unchecked);
             QTRY_COMPARE(panel->text(), u"4 matches"_s); // the rows around the prices too
             clickButton(parser, "cmdGo"); // the page again: nothing to step to until it is searched again
-            QVERIFY(!child<QToolButton>(parser, "cmdNextMatch")->isEnabled());
+            QVERIFY(!child<QToolButton>(parser, "cmdNextMatch")->isEnabled() && child<QToolButton>(parser, "cmdNextMatch")->toolTip() == u"Next match"_s);
             QTRY_COMPARE(panel->text(), u"4 matches"_s);
             child<QLineEdit>(parser, "txtSearchText")->setText(u"nothing like this"_s);
             QTRY_COMPARE(panel->text(), u"No match"_s);
             // Nothing to step to, and nothing marked in the tree.
-            QVERIFY(!child<QToolButton>(parser, "cmdPreviousMatch")->isEnabled() && parser->nodeTree().node(u"K9"_s)->background(0) == QBrush());
+            QVERIFY(!child<QToolButton>(parser, "cmdPreviousMatch")->isEnabled() && child<QToolButton>(parser, "cmdPreviousMatch")->toolTip() == u"Previous match"_s
+                    && parser->nodeTree().node(u"K9"_s)->background(0) == QBrush());
 
             // An error takes the status bar for a while; pointing at a node gives the panel back.
             auto *tree = child<QTreeWidget>(parser, "tvu");
