@@ -147,11 +147,8 @@ private slots:
             SettingsStore::saveSetting(u"Favorites"_s, u"Site %1"_s.arg(QChar(u'A' + i - 1)), u"http://site%1.example/"_s.arg(i));
         frmMain parser;
         const QList<QAction *> items = parser.favoriteItems();
-        QCOMPARE(items.size(), 10);
-        QCOMPARE(items.at(0)->text(), u"&1. Site A"_s);
-        QCOMPARE(items.at(9)->text(), u"&10. Site J"_s);
-        QCOMPARE(items.at(9)->data().toString(), u"http://site10.example/"_s);
-        QVERIFY(items.at(9)->isVisible());
+        QVERIFY(items.size() == 10 && items.at(0)->text() == u"&1. Site A"_s && items.at(9)->isVisible());
+        QVERIFY(items.at(9)->text() == u"&10. Site J"_s && items.at(9)->data().toString() == u"http://site10.example/"_s);
 
         // Adding under a known name replaces its address; a blank name is a name.
         ScriptedDialogs script;
