@@ -231,7 +231,7 @@ def main():
     servers = [batchserver.Server(faults=which == "http") for _ in range(2)]
     try:
         with tempfile.TemporaryDirectory() as folder:
-            batchserver.write_table(os.path.join(folder, "t.csv"), servers, ROWS)
+            batchserver.write_table(os.path.join(folder, "t.csv"), servers, ROWS, longest=which == "http")
             batchserver.write_query(os.path.join(folder, "q.json"))
             if which == "http":
                 check_http(program, folder, servers)

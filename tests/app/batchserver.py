@@ -166,15 +166,15 @@ class Server(http.server.ThreadingHTTPServer):
         self.server_close()
 
 
-def write_table(path, servers, rows):
+def write_table(path, servers, rows, longest=False):
     """A CSV table of rows spread over the servers; a column no marker uses, one row short of its
-    id, one longer than a line may be and one exactly as long."""
+    id, one longer than a line may be and, if asked, one exactly as long (too long as JSON)."""
     with open(path, "w") as table:
         table.write("host,id,note\n")
         for i in range(1, rows + 1):
             host = servers[i % len(servers)].host
-            longest = (1 << 20) - len(f"{host},{i},\"\"\n")
-            note = {rows // 4: "x" * (1 << 20), rows // 8: "x" * longest}.get(i, "a, b")
+            exact = (1 << 20) - len(f"{host},{i},\"\"\n") if longest and i == rows // 8 else 0
+            note = "x" * (1 << 20) if i == rows // 4 else "x" * exact if exact else "a, b"
             table.write(f"{host}\n" if i == rows // 2 else f"{host},{i},\"{note}\"\n")
 
 
