@@ -138,8 +138,7 @@ private slots:
         QCOMPARE(json.keys(), (QStringList{u"found"_s, u"matches"_s, u"page"_s, u"reason"_s, u"returned"_s, u"scripted"_s, u"tagName"_s, u"text"_s}));
         // A part without scripts says nothing of the rest.
         QCOMPARE(json.value(u"scripted"_s).isNull(), !cutReason.isEmpty());
-        QCOMPARE(json.value(u"reason"_s).isNull(), result.reason.isEmpty());
-        QCOMPARE(json.value(u"returned"_s).isNull(), result.returned < 0);
+        QVERIFY(json.value(u"reason"_s).isNull() == result.reason.isEmpty() && json.value(u"returned"_s).isNull() == (result.returned < 0));
     }
 
     void tooManyElements()

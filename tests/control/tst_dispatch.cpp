@@ -31,9 +31,7 @@ private slots:
         QCOMPARE(actual.join(u", "_s), u"Url1 get, Url1 put, AllowNav2 get, AllowNav2 put, SearchText get, SearchText put, ElemAttribs get, "
                                        "ElemAttribs put, ClearAttribs method, NodeOffset get, NodeOffset put, EditProperties method, "
                                        "EditQueryItem method, EditWizard method"_s);
-        QCOMPARE(dispatchTable()[0].dispid, 0x68030004);
-        QCOMPARE(dispatchTable()[9].dispid, 0x68030000);
-        QCOMPARE(dispatchTable()[13].dispid, 0x60030008);
+        QVERIFY(dispatchTable()[0].dispid == 0x68030004 && dispatchTable()[9].dispid == 0x68030000 && dispatchTable()[13].dispid == 0x60030008);
     }
 
     void propertiesRoundTrip_data()

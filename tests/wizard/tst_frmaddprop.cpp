@@ -99,8 +99,7 @@ private slots:
         QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, list->visualItemRect(list->item(1)).center());
         QCOMPARE(child<QLineEdit>(&dialog, "txtPropName")->text(), QString()); // no "=": nothing changes
         QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, list->visualItemRect(list->item(0)).center());
-        QCOMPARE(child<QLineEdit>(&dialog, "txtPropName")->text(), u"a"_s);
-        QCOMPARE(child<QLineEdit>(&dialog, "txtPropValue")->text(), u"b=c"_s);
+        QVERIFY(child<QLineEdit>(&dialog, "txtPropName")->text() == u"a"_s && child<QLineEdit>(&dialog, "txtPropValue")->text() == u"b=c"_s);
         child<QLineEdit>(&dialog, "txtPropName")->clear(); // the selected line, clicked again after an edit
         QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, list->visualItemRect(list->item(0)).center());
         QCOMPARE(child<QLineEdit>(&dialog, "txtPropName")->text(), u"a"_s);
@@ -110,8 +109,7 @@ private slots:
         QTest::keyClick(list, Qt::Key_Down);
         QCOMPARE(child<QLineEdit>(&dialog, "txtPropName")->text(), u"a"_s); // "plain": nothing changes
         QTest::keyClick(list, Qt::Key_Down);
-        QCOMPARE(child<QLineEdit>(&dialog, "txtPropName")->text(), u"x"_s);
-        QCOMPARE(child<QLineEdit>(&dialog, "txtPropValue")->text(), u"1"_s);
+        QVERIFY(child<QLineEdit>(&dialog, "txtPropName")->text() == u"x"_s && child<QLineEdit>(&dialog, "txtPropValue")->text() == u"1"_s);
         QTest::keyClick(list, Qt::Key_Up);
         QTest::keyClick(list, Qt::Key_Up);
 
