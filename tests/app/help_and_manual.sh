@@ -22,6 +22,10 @@ done
 printf '%s' "$helped" | grep -qx "  QUERY.json  The query file, as the window saves it." || fail "tamberline run --help: the arguments are not laid out in two columns"
 printf '%s' "$helped" | grep -q "^Exit status: 0 when every page gave a result" || fail "tamberline run --help does not end with its exit statuses"
 
+wide=$(printf '%s' "$helped" | awk 'length($0) > 80')
+[ -z "$wide" ] || fail "lines of --help wider than a terminal of 80 columns:
+$wide"
+
 listed=$(printf '%s' "$helped" | grep -oE '^  (-[a-z], )?--[a-z-]+' | grep -oE -- '--[a-z-]+' | sort -u)
 documented=$(sed 's/\\-/-/g' "$manual" | grep -oE -- '--[a-z][a-z-]*' | sort -u)
 [ "$listed" = "$documented" ] || fail "options in --help:
