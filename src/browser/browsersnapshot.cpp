@@ -226,7 +226,7 @@ private:
                 const long long parent = -2 - first;
                 if (parent >= document.length())
                     fail("a text's parent is out of range");
-                document.elements[parent].children.append(Document::ChildNode{-1, readString()});
+                document.elements[parent].children.append(Document::ChildNode{.text = readString()});
                 continue;
             }
             const int index = document.length();

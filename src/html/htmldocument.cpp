@@ -56,7 +56,7 @@ bool keepsLongText(const PageTree::Node &node)
 void appendText(QList<Document::ChildNode> &children, const QString &text, bool split)
 {
     if (!split || text.size() <= kTextNodeLimit) {
-        children.append(Document::ChildNode{-1, text});
+        children.append(Document::ChildNode{.text = text});
         return;
     }
     // Splits fall between characters as the user sees them, unless all are Latin-1.
@@ -74,7 +74,7 @@ void appendText(QList<Document::ChildNode> &children, const QString &text, bool 
                     end = window + previous;
             }
         }
-        children.append(Document::ChildNode{-1, text.mid(begin, end - begin)});
+        children.append(Document::ChildNode{.text = text.mid(begin, end - begin)});
         begin = end;
     }
 }
