@@ -283,7 +283,7 @@ private:
         myhtml_tree_attr_t *style = myhtml_attribute_by_key(m_sources[size_t(element)], "style", 5);
         size_t length = 0;
         const char *text = style ? myhtml_attribute_value(style, &length) : nullptr;
-        if (!text || length == 0 || !CssRules::mentionsTextProperty(QByteArrayView(text, qsizetype(length))))
+        if (!CssRules::mentionsTextProperty(QByteArrayView(text, qsizetype(length))))
             return;
         mycss_entry_t *entry = t_engine.entry();
         mycss_entry_clean(entry);
