@@ -852,7 +852,7 @@ void frmMain::resizeEvent(QResizeEvent *event)
 
 void frmMain::layoutPanes()
 {
-    runHandler(this, HandlerOrigin::Internal, [this] { m_properties.ShowNodeProperties(m_hdoc.get(), -1); });
+    runHandler(this, HandlerOrigin::Internal, [this] { m_properties.ShowNodeProperties(m_hdoc.get(), NodePropertyList::NoElement); });
     m_ratios.resetUnset();
     const int width = ui->horBalancer->width();
     const int browser = int(float(width) * m_ratios.horizontal);

@@ -29,6 +29,8 @@ public:
     void setShow(Show show) { m_show = show; }
     Show show() const { return m_show; }
 
+    static constexpr int NoElement = -1;
+
     // Fills the list for one element (element < 0: none). Without an element the list is not
     // cleared and only the filter-only rows are added.
     void ShowNodeProperties(const Document *document, int element);
