@@ -18,6 +18,12 @@ public:
 QStringList storedAttribs(const Tamberline &control);
 void removeStoredAttrib(Tamberline &control, int position);
 
+// Adds a filter entry at the end: an index outside the list appends.
+inline void appendAttrib(Tamberline &control, const QString &entry)
+{
+    control.setElemAttribs(-1, entry);
+}
+
 // Why the calling thread's last EditQueryItem returned False; empty after one that returned
 // True. Reading it clears it.
 QString takeEditQueryItemFailure();

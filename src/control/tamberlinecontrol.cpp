@@ -105,7 +105,7 @@ bool Tamberline::EditWizard()
         ClearAttribs();
         // Every line, blank ones too: unlike the other walks this one counts lines.
         for (int i = 0; i < wizard.lstProps()->count(); ++i)
-            setElemAttribs(-1, wizard.lstProps()->item(i)->text());
+            appendAttrib(*this, wizard.lstProps()->item(i)->text());
     }
     return wizard.Confirmed();
 }

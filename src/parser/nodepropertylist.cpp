@@ -190,7 +190,7 @@ void NodePropertyList::rowCheckToggled(QTreeWidgetItem *row)
         break;
     }
     if (row->checkState(0) == Qt::Checked)
-        m_control->setElemAttribs(-1, row->text(0) + u'=' + row->text(1));
+        appendAttrib(*m_control, row->text(0) + u'=' + row->text(1));
 }
 
 void NodePropertyList::columnClicked(int column)

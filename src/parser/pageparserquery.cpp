@@ -66,6 +66,6 @@ void WriteQueryBack(Tamberline &control, const PageParserFields &fields)
     control.ClearAttribs();
     for (const PageParserFields::Row &row : fields.rows) {
         if (row.checked)
-            control.setElemAttribs(-1, row.name + u'=' + row.value);
+            appendAttrib(control, row.name + u'=' + row.value);
     }
 }

@@ -1,6 +1,7 @@
 #include "editattributefilters.h"
 
 #include "control/attribwalk.h"
+#include "control/controlaccess.h"
 #include <tamberline/tamberlinecontrol.h>
 #include "frmaddprop.h"
 #include "platform/boundarytypes.h"
@@ -19,7 +20,7 @@ bool EditAttributeFilters(Tamberline &control)
             const QString line = editor.GetAttributeLine(checkedInt16(i));
             if (trimBlanks(line).isEmpty())
                 break;
-            control.setElemAttribs(-1, line);
+            appendAttrib(control, line);
         }
     }
     return editor.Confirmed();
