@@ -19,8 +19,8 @@ private slots:
             << QByteArray("@import url(x.css); @media screen { .a { display: none } } .b { display: none }")
             << QByteArray(" .b { display: none }");
         QTest::newRow("braces in strings and comments")
-            << QByteArray("/**/.a { content: \"}}\"; display: none } /* } .x { display: none } */ .b { color: blue }")
-            << QByteArray("/**/.a { content: \"}}\"; display: none }");
+            << QByteArray("/**/.a { content: \"\\\"}\"; display: none } /* } .x { display: none } */ .b { color: blue }")
+            << QByteArray("/**/.a { content: \"\\\"}\"; display: none }");
         QTest::newRow("an unclosed block runs to the end") << QByteArray(".a { display: none") << QByteArray(".a { display: none");
     }
 
