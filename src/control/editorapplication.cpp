@@ -56,19 +56,29 @@ bool canStart(const QString &platform)
     return true;
 }
 
+} // namespace
+
+QStringList platformCandidates(const QString &requested, const QString &sessionType)
+{
+    QStringList candidates = requested.split(u';', Qt::SkipEmptyParts);
+    if (requested.isEmpty()) {
+        candidates = {QStringLiteral("xcb"), QStringLiteral("wayland")};
+        if (sessionType == QStringLiteral("wayland"))
+            std::swap(candidates[0], candidates[1]);
+    }
+    return candidates;
+}
+
+namespace {
+
 // The platform the application object is told to start: the first of QT_QPA_PLATFORM's list
 // that can start, or of X and Wayland when it is not set. Naming it keeps Qt from trying one
 // that fails and aborting.
 std::optional<QByteArray> startablePlatform(QString *problem)
 {
     const QString requested = qEnvironmentVariable("QT_QPA_PLATFORM");
-    QStringList candidates = requested.split(u';', Qt::SkipEmptyParts);
-    if (requested.isEmpty()) {
-        candidates = {QStringLiteral("xcb"), QStringLiteral("wayland")};
-        if (qEnvironmentVariable("XDG_SESSION_TYPE") == QStringLiteral("wayland"))
-            std::swap(candidates[0], candidates[1]);
-    }
-    for (const QString &candidate : std::as_const(candidates)) {
+    const QStringList candidates = platformCandidates(requested, qEnvironmentVariable("XDG_SESSION_TYPE"));
+    for (const QString &candidate : candidates) {
         if (canStart(candidate))
             return candidate.toLocal8Bit();
     }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QString>
+#include <QStringList>
 
 class QObject;
 
@@ -10,6 +11,10 @@ class QObject;
 // the process's main thread, once a window system can start, because Qt ends the whole process
 // when its platform plugin fails.
 void prepareEditorApplication(const QObject &control);
+
+// The platforms to try, in order: those QT_QPA_PLATFORM lists, or else X and Wayland with the
+// session's own first.
+QStringList platformCandidates(const QString &requested, const QString &sessionType);
 
 // Why no window can open here, or empty when one can: Qt would end the process instead.
 QString windowSystemProblem();

@@ -1,5 +1,6 @@
 #include "control/attribwalk.h"
 #include "control/controlaccess.h"
+#include "control/editorapplication.h"
 #include "freshquery.h"
 #include "datatable.h"
 
@@ -28,6 +29,20 @@ class tst_QueryDefinition : public QObject
     Q_OBJECT
 
 private slots:
+    void platformOrder_data()
+    {
+        addColumns<QString, QString, QStringList>("requested", "session", "tried");
+        QTest::newRow("X first") << QString() << u"x11"_s << QStringList{u"xcb"_s, u"wayland"_s};
+        QTest::newRow("a Wayland session's own first") << QString() << u"wayland"_s << QStringList{u"wayland"_s, u"xcb"_s};
+        QTest::newRow("as asked, in order") << u"offscreen;;xcb"_s << u"wayland"_s << QStringList{u"offscreen"_s, u"xcb"_s};
+    }
+
+    void platformOrder()
+    {
+        const auto [requested, session, tried] = fetchRow<QString, QString, QStringList>("requested", "session", "tried");
+        QCOMPARE(platformCandidates(requested, session), tried);
+    }
+
     void init() { resetThreadQuery(); }
 
     void controlsOnOneThreadShareTheQuery()
@@ -37,9 +52,7 @@ private slots:
         first.setUrl1(u"http://example.org/%id%"_s);
         first.setElemAttribs(-1, u"class=price"_s);
         second->setNodeOffset(-4);
-        QCOMPARE(second->Url1(), u"http://example.org/%id%"_s);
-        QCOMPARE(second->ElemAttribs(0), u"class=price"_s);
-        QCOMPARE(first.NodeOffset(), -4);
+        QVERIFY(second->Url1() == u"http://example.org/%id%"_s && second->ElemAttribs(0) == u"class=price"_s && first.NodeOffset() == -4);
 
         // Ending one control leaves the query to the others.
         second.reset();
@@ -61,9 +74,7 @@ private slots:
             seenBySecond = b.SearchText();
         }));
         // A thread that never touched the query sees the initial values.
-        QCOMPARE(seenThere, u" 0  0 "_s);
-        QCOMPARE(seenBySecond, u"worker"_s);
-        QCOMPARE(here.SearchText(), u"main thread"_s);
+        QVERIFY(seenThere == u" 0  0 "_s && seenBySecond == u"worker"_s && here.SearchText() == u"main thread"_s);
     }
 
     void editorOnAnotherThreadIsRefused_data()
