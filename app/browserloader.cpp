@@ -157,5 +157,7 @@ void BrowserLoader::dropPage()
     if (!m_page)
         return;
     disconnect(m_page.get(), nullptr, this, nullptr);
+    // The engine answers a dropped page's pending scripts, empty, as the page goes: stale by then.
+    ++m_generation;
     m_page.reset();
 }

@@ -7,6 +7,7 @@
 #include "staticpages.h"
 #include "datatable.h"
 
+#include <QTcpServer>
 #include <QtTest>
 
 using namespace Qt::StringLiterals;
@@ -94,9 +95,36 @@ private slots:
         page.write(html);
         page.close();
         const DocumentPtr live = browser().load(PageSource::fromArgument(page.fileName()));
-        QCOMPARE(!live->attribute(live->documentElement(), u"data-ran"_s).isNull(), runs);
-        QCOMPARE(runsScriptsOnLoad(*live), runs);
+        QVERIFY((!live->attribute(live->documentElement(), u"data-ran"_s).isNull()) == runs && runsScriptsOnLoad(*live) == runs);
         QCOMPARE(runsScriptsOnLoad(*parseHtmlDocument(html, QString())), runs);
+    }
+
+    // A page that never comes, or whose scripts never let the snapshot run, is given up with why.
+    void aPageThatNeverComesIsGivenUp_data()
+    {
+        addColumns<QByteArray, QString>("html", "error");
+        QTest::newRow("a server that never answers") << QByteArray() << u"the browser did not load http://127.0.0.1:"_s;
+        QTest::newRow("a script that never yields")
+            << QByteArray("<script>onload = () => setTimeout(() => { for (;;); })</script>") << u"the browser gave no snapshot of /"_s;
+    }
+
+    void aPageThatNeverComesIsGivenUp()
+    {
+        const auto [html, error] = fetchRow<QByteArray, QString>("html", "error");
+        QTcpServer silent; // the kernel takes the connection; nothing answers
+        QVERIFY(silent.listen(QHostAddress::LocalHost));
+        QTemporaryDir dir;
+        QFile page(dir.filePath(u"page.html"_s));
+        QVERIFY(page.open(QIODevice::WriteOnly) && page.write(html) == html.size());
+        page.close();
+        BrowserLoader loader;
+        loader.setTimeout(std::chrono::milliseconds(1000));
+        try {
+            loader.load(PageSource::fromArgument(html.isEmpty() ? u"http://127.0.0.1:%1/"_s.arg(silent.serverPort()) : page.fileName()));
+            QFAIL("the page loaded");
+        } catch (const PageError &given) {
+            QVERIFY2(given.message().startsWith(error) && given.message().endsWith(u" within 1 s"_s), given.what());
+        }
     }
 
 private:
