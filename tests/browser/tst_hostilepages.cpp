@@ -52,8 +52,7 @@ private slots:
         )");
         m_live.page->runJavaScript(script, WebPage::SafeJsWorld);
         QVERIFY(pointed.wait(30000));
-        QCOMPARE(pointed.count(), 1);
-        QCOMPARE(pointed.first().first().toInt(), 0); // the html element, the first
+        QVERIFY(pointed.count() == 1 && pointed.first().first().toInt() == 0); // the html element, the first
         QCOMPARE(doubleClicked.count() + selected.count(), 0);
     }
 

@@ -62,8 +62,7 @@ private slots:
         Tamberline control;
         QVERIFY(!control.invoke(dispid, Put, {put}).isValid());
         const QVariant got = control.invoke(dispid, Get, {});
-        QCOMPARE(got, expected);
-        QCOMPARE(got.typeId(), expected.typeId());
+        QVERIFY(got == expected && got.typeId() == expected.typeId());
         QCOMPARE(control.invoke(dispid, Read, {}), expected);
     }
 
@@ -100,8 +99,7 @@ private slots:
         const auto [dispid, kind, args, error] = fetchRow<int, int, QVariantList, int>("dispid", "kind", "args", "error");
         Tamberline control;
         control.setUrl1(u"kept"_s);
-        QCOMPARE(outcome([&] { return control.invoke(dispid, static_cast<DispatchKind>(kind), args); }), u"error %1"_s.arg(error));
-        QCOMPARE(control.Url1(), u"kept"_s);
+        QVERIFY((outcome([&] { return control.invoke(dispid, static_cast<DispatchKind>(kind), args); })) == u"error %1"_s.arg(error) && control.Url1() == u"kept"_s);
     }
 };
 

@@ -126,8 +126,7 @@ private slots:
         control.setElemAttribs(-1, u"a=1"_s);
         control.setElemAttribs(-1, u"b=2"_s);
         for (qint16 index : {0, 1})
-            QCOMPARE(outcome([&] { control.setElemAttribs(index, u"x=9"_s); }), u"error 424"_s);
-        QCOMPARE(storedAttribs(control), (QStringList{u"a=1"_s, u"b=2"_s}));
+            QVERIFY((outcome([&] { control.setElemAttribs(index, u"x=9"_s); })) == u"error 424"_s && storedAttribs(control) == (QStringList{u"a=1"_s, u"b=2"_s}));
     }
 
     void walkStopsAtBlankEntry_data()
@@ -146,8 +145,7 @@ private slots:
         Tamberline control;
         for (const QString &entry : stored)
             control.setElemAttribs(-1, entry);
-        QCOMPARE(walkElemAttribs(control), walked);
-        QCOMPARE(storedAttribs(control), stored);
+        QVERIFY(walkElemAttribs(control) == walked && storedAttribs(control) == stored);
     }
 
     void clearLeavesOtherFields()

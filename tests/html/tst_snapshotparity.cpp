@@ -47,8 +47,7 @@ private slots:
         QVERIFY(file.open(QIODevice::ReadOnly));
         const DocumentPtr parsed = parseHtmlDocument(file.readAll(), QUrl::fromLocalFile(path).toString());
 
-        QCOMPARE(parsed->title, live->title);
-        QCOMPARE(parsed->length(), live->length());
+        QVERIFY(parsed->title == live->title && parsed->length() == live->length());
         for (int i = 0; i < live->length(); ++i) {
             const Document::Element &a = live->item(i);
             const Document::Element &b = parsed->item(i);
