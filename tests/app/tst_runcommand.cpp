@@ -321,7 +321,7 @@ private slots:
             fetchRow<QStringList, QByteArray, QString, int, QByteArray, QString>("arguments", "input", "inputFile", "status", "output", "message");
         QProcess feeder; // the FIFO's writer
         if (arguments.contains(m_fifo))
-            feeder.start(u"sh"_s, {u"-c"_s, u"cat \"$0\" > \"$1\""_s, m_page, m_fifo});
+            feeder.start(u"sh"_s, {u"-c"_s, u"(head -c 1 \"$0\"; sleep 0.2; tail -c +2 \"$0\") > \"$1\""_s, m_page, m_fifo}); // a slow writer
         const Run run = runTamberline(arguments, input, inputFile, m_dir.path());
         feeder.waitForFinished(5000);
         QVERIFY2(run.status == status, qPrintable(u"status %1: %2"_s.arg(run.status).arg(QString::fromUtf8(run.err))));
