@@ -14,6 +14,7 @@ for command in "" run check; do
     text=$(bare $command --help) || fail "tamberline $command --help: exit status $?"
     helped="$helped$text
 "
+    [ -n "$command" ] || top=$text
     text=$(bare $command --version) || fail "tamberline $command --version: exit status $?"
     [ "$text" = "tamberline $version" ] || fail "tamberline $command --version is not tamberline $version"
 done
@@ -21,6 +22,10 @@ done
 # Each description starts two spaces after the widest name of its list.
 printf '%s' "$helped" | grep -qx "  QUERY.json  The query file, as the window saves it." || fail "tamberline run --help: the arguments are not laid out in two columns"
 printf '%s' "$helped" | grep -q "^Exit status: 0 when every page gave a result" || fail "tamberline run --help does not end with its exit statuses"
+for command in run check; do
+    printf '%s' "$top" | grep -q "^       tamberline $command QUERY.json" && printf '%s' "$top" | grep -q "^  $command  " ||
+        fail "tamberline --help does not list the $command command with its usage"
+done
 
 wide=$(printf '%s' "$helped" | awk 'length($0) > 80')
 [ -z "$wide" ] || fail "lines of --help wider than a terminal of 80 columns:
