@@ -269,7 +269,7 @@ private slots:
         row("a file of 1 GB", run({hugePage, m_page}), 1, nl + pears, tooLong);
         row("a folder", run({folder}), 1, nl, u"is a folder"_s);
         row("a folder in the browser", run({folder, u"--engine"_s, u"browser"_s}), 1, nl, u"is a folder"_s);
-        row("a FIFO", run({m_fifo}), 0, pears, {});
+        row("a FIFO, one job", run({m_fifo, u"--jobs"_s, u"1"_s}), 0, pears, {});
         // With pages given the address is not read, and its %region% needs no value.
         row("standard input", {u"run"_s, m_query, u"-"_s, u"--set"_s, u"fruit=apples"_s}, 0, "1.20\n", {}, shop);
         row("a page of one NUL byte", run({u"-"_s}), 1, nl, u"no-match"_s, QByteArray(1, '\0'));
