@@ -57,7 +57,6 @@ int main(int argc, char *argv[])
             return 1;
         }
     }
-    QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
     QApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Tamberline"));
 

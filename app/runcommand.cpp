@@ -336,7 +336,6 @@ int runCommandMain(int argc, char *argv[])
         }
         if (qEnvironmentVariableIsEmpty("DISPLAY") && qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY"))
             qputenv("QT_QPA_PLATFORM", "offscreen");
-        QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
         QLoggingCategory::setFilterRules(QStringLiteral("qt.webenginecontext.info=false\nqt.webenginecontext.debug=false"));
         app = std::make_unique<QApplication>(argc, argv);
     } else {

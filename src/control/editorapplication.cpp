@@ -102,8 +102,6 @@ void createApplication()
     chosen = *platform;
     static int argc = 3;
     static char *argv[] = {name.data(), option.data(), chosen.data(), nullptr};
-    // The embedded browser shares its graphics context; this must precede the application.
-    QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
     new QApplication(argc, argv);
 }
 
