@@ -99,31 +99,19 @@ private slots:
         QCOMPARE(runsScriptsOnLoad(*parseHtmlDocument(html, QString())), runs);
     }
 
-    // A page that never comes, or whose scripts never let the snapshot run, is given up with why.
-    void aPageThatNeverComesIsGivenUp_data()
-    {
-        addColumns<QByteArray, QString>("html", "error");
-        QTest::newRow("a server that never answers") << QByteArray() << u"the browser did not load http://127.0.0.1:"_s;
-        QTest::newRow("a script that never yields")
-            << QByteArray("<script>onload = () => setTimeout(() => { for (;;); })</script>") << u"the browser gave no snapshot of /"_s;
-    }
-
+    // A server that takes the connection (the kernel does) and never answers.
     void aPageThatNeverComesIsGivenUp()
     {
-        const auto [html, error] = fetchRow<QByteArray, QString>("html", "error");
-        QTcpServer silent; // the kernel takes the connection; nothing answers
+        QTcpServer silent;
         QVERIFY(silent.listen(QHostAddress::LocalHost));
-        QTemporaryDir dir;
-        QFile page(dir.filePath(u"page.html"_s));
-        QVERIFY(page.open(QIODevice::WriteOnly) && page.write(html) == html.size());
-        page.close();
         BrowserLoader loader;
         loader.setTimeout(std::chrono::milliseconds(1000));
+        const QString address = u"http://127.0.0.1:%1/"_s.arg(silent.serverPort());
         try {
-            loader.load(PageSource::fromArgument(html.isEmpty() ? u"http://127.0.0.1:%1/"_s.arg(silent.serverPort()) : page.fileName()));
+            loader.load(PageSource::fromArgument(address));
             QFAIL("the page loaded");
         } catch (const PageError &given) {
-            QVERIFY2(given.message().startsWith(error) && given.message().endsWith(u" within 1 s"_s), given.what());
+            QCOMPARE(given.message(), u"the browser did not load %1 within 1 s"_s.arg(address));
         }
     }
 
