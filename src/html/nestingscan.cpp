@@ -223,11 +223,7 @@ void NestingScan::scan()
 {
     push(N_html, Space::Html);
     push(N_body, Space::Html);
-    qsizetype i = 0;
-    while (i >= 0 && i < m_size) {
-        i = indexOf('<', i);
-        if (i < 0 || i + 1 >= m_size)
-            break;
+    for (qsizetype i = indexOf('<', 0); i >= 0 && i + 1 < m_size; i = indexOf('<', i)) {
         const char next = m_data[i + 1];
         if (isAsciiAlpha(next))
             i = startTag(i);
@@ -375,11 +371,11 @@ qsizetype NestingScan::startTag(qsizetype at)
 {
     const Tag tag = readTag(at + 1);
     if (tag.end < 0)
-        return -1;
+        return m_size;
     if (++m_result.startTags > m_maxStartTags) {
         m_result.startTags = m_maxStartTags;
         m_result.cutAt = at;
-        return -1;
+        return m_size;
     }
     if (!useHtmlRules(tag.name)) {
         if (!(flagsOf(tag.name) & Breakout)) {
@@ -400,7 +396,7 @@ qsizetype NestingScan::endTag(qsizetype at)
 {
     const Tag tag = readTag(at + 2);
     if (tag.end < 0)
-        return -1;
+        return m_size;
     if (m_stack.back().space == Space::Html)
         htmlEndTag(tag.name);
     else
@@ -485,7 +481,7 @@ qsizetype NestingScan::htmlStartTag(int name, bool selfClosing, qsizetype tagEnd
 
     if (name == N_plaintext) {
         leaf();
-        return -1;
+        return m_size;
     }
     if (flags & RawContent) {
         leaf();
