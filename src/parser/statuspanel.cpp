@@ -19,12 +19,6 @@ QString oneLine(const QString &text)
 
 } // namespace
 
-StatusPanel::StatusPanel(QWidget *parent)
-    : QWidget(parent)
-{
-    setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
-}
-
 void StatusPanel::setText(const QString &text)
 {
     if (text == m_text)

@@ -10,7 +10,7 @@ class StatusPanel : public QWidget
     Q_OBJECT
 
 public:
-    explicit StatusPanel(QWidget *parent = nullptr);
+    using QWidget::QWidget;
 
     // The whole text, as set.
     QString text() const { return m_text; }
