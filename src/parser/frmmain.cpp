@@ -177,8 +177,8 @@ frmMain::frmMain(QWidget *parent)
         layoutPanes();
     });
     connect(ui->verBalancer, &QSplitter::splitterMoved, this, [this](int position) {
+        // The splitter has moved the panes; the ratio is for the next resize.
         m_ratios.verticalDropped(position, ui->verBalancer->height());
-        layoutPanes();
     });
 
     // One filter for the whole application: it sees the splitters' resizes (the panes follow them

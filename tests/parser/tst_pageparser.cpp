@@ -307,14 +307,21 @@ private slots:
         // The browser keeps about four fifths of the width.
         const auto *panes = parser.findChild<QSplitter *>(u"horBalancer"_s);
         QTRY_VERIFY(panes->sizes().at(0) > 3 * panes->sizes().at(1));
+        // A divider dragged by its handle, by an offset from where it is.
+        const auto drag = [](const QSplitter *splitter, QPoint by) {
+            const QPoint to = splitter->handle(1)->rect().center() + by;
+            QTest::mousePress(splitter->handle(1), Qt::LeftButton);
+            QTest::mouseMove(splitter->handle(1), to);
+            QTest::mouseRelease(splitter->handle(1), Qt::LeftButton, {}, to);
+        };
         // The divider between tree and attributes stays where it is dropped.
         const auto *tree = parser.findChild<QSplitter *>(u"verBalancer"_s);
         const int before = tree->sizes().at(0);
-        const QPoint dropped = tree->handle(1)->rect().center() + QPoint(0, 60);
-        QTest::mousePress(tree->handle(1), Qt::LeftButton);
-        QTest::mouseMove(tree->handle(1), dropped);
-        QTest::mouseRelease(tree->handle(1), Qt::LeftButton, {}, dropped);
+        drag(tree, QPoint(0, 60));
         QTRY_VERIFY(tree->sizes().at(0) > before + 50);
+        // The browser's border, dropped a quarter of the way across, comes back to half way.
+        drag(panes, -QPoint(panes->sizes().at(0) - panes->width() / 4, 0));
+        QTRY_VERIFY(qAbs(panes->sizes().at(0) - panes->sizes().at(1)) < 10);
     }
 };
 
