@@ -138,6 +138,14 @@ def check_http(program, folder, servers):
     # Without one, the pauses double from a quarter of a second: 1.75 s for three retries.
     if not 1.5 < asked[1009][3] - asked[1009][0] < 2.8:
         fail(f"/item/1009 tried three more times in {asked[1009][3] - asked[1009][0]:.2f} s, not about 1.75 s")
+    # One page run alone is read no further than the limit either.
+    before = sum(s.stats.endless for s in servers)
+    host = next(s for s in servers if s.faults).host
+    alone = subprocess.run([program, "run", os.path.join(folder, "q.json"), "--set", f"host={host}", "--set", "id=1999"],
+                           capture_output=True, timeout=300)
+    sent = sum(s.stats.endless for s in servers) - before
+    if alone.returncode != 1 or b"/item/1999 is longer than 67,108,864 bytes" not in alone.stderr or sent >= 128 << 20:
+        fail(f"a page too long, run alone: status {alone.returncode}, {sent} bytes sent, {alone.stderr[-500:]!r}")
 
 
 def check_resume(program, folder, seed, servers):
